@@ -1,0 +1,35 @@
+/* The public header as a strict C11 program: both twins of a routine, a float passed
+ * in a variable list, the complex types by value, the options of the error runtime. */
+#include <korvstat.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+static int failures = 0;
+
+static void check(int ok, const char *what) {
+    if (!ok) {
+        fprintf(stderr, "failed: %s\n", what);
+        ++failures;
+    }
+}
+
+int main(void) {
+    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, KORVS_SET_STOP, KORVS_TERMINAL, 0, 0);
+    check(korvs_f_machine(4) == korvs_amach(4), "float twin");
+    check(korvs_d_machine(4) == korvs_dmach(4), "double twin");
+    check(korvs_f_vmax(3, 1.5f, 2.5f, 0.5f) == 2.5f, "float in a variable list");
+    check(korvs_d_vmin(3, 1.5, -2.5, 0.5) == -2.5, "double in a variable list");
+
+    korvs_f_complex a = korvs_cf_convert(3.0f, 4.0f);
+    korvs_d_complex b = korvs_zc_convert(a);
+    check(korvs_c_abs(a) == 5.0f && korvs_z_abs(b) == 5.0, "complex by value");
+
+    char *version = korvs_version(KORVS_LIBRARY_VERSION);
+    check(version != NULL, "version string");
+    free(version);
+
+    int stop = -1;
+    korvs_error_options(KORVS_GET_STOP, KORVS_TERMINAL, &stop, 0);
+    check(stop == 0, "error options round trip");
+    return failures != 0;
+}

@@ -1,0 +1,83 @@
+// Test support: a fixture that turns Print and Stop off and records, through the error
+// hook, every (type, code) that reaches the caller's level.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <korvstat.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace korvs_test {
+
+struct Raised {
+    int type;
+    int code;
+    std::string text;
+};
+
+inline thread_local std::vector<Raised> raised;
+
+inline void record_hook(int type, int code, const char* text) {
+    if (type != 0 || code != 0) raised.push_back({type, code, text ? text : ""});
+}
+
+// Print and Stop off for the types 1 to 7 in the calling thread.
+inline void quiet() {
+    for (int type = 1; type <= 7; ++type) korvs_error_options(KORVS_SET_PRINT, type, 0, KORVS_SET_STOP, type, 0, 0);
+}
+
+class KorvsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        quiet();
+        raised.clear();
+        korvs_set_at_checksum(record_hook);
+    }
+    void TearDown() override { korvs_set_at_checksum(nullptr); }
+
+    // The errors the hook saw since the last clear.
+    static const std::vector<Raised>& errors() { return raised; }
+    static void clear() { raised.clear(); }
+    // True when the hook saw this (type, code) and nothing else. An immediate type
+    // reaches the hook twice: when it is raised and at the pop of the caller's routine.
+    static ::testing::AssertionResult only_raised(int type, int code) {
+        bool all_match = !raised.empty();
+        std::string seen;
+        for (const Raised& r : raised) {
+            all_match = all_match && r.type == type && r.code == code;
+            seen += " (" + std::to_string(r.type) + ", " + std::to_string(r.code) + ")";
+        }
+        if (all_match) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << "expected only (" << type << ", " << code << "); seen:" << seen;
+    }
+};
+
+// Captures what the library writes on a logical unit into a string.
+class UnitCapture {
+public:
+    explicit UnitCapture(int unit) : unit_(unit) {
+        file_ = std::tmpfile();
+        korvs_umach(unit_, &previous_);
+        korvs_umach(-unit_, &file_);
+    }
+    ~UnitCapture() {
+        korvs_umach(-unit_, &previous_);
+        std::fclose(file_);
+    }
+    std::string text() {
+        std::fflush(file_);
+        std::string out;
+        std::rewind(file_);
+        for (int ch; (ch = std::fgetc(file_)) != EOF;) out.push_back(static_cast<char>(ch));
+        return out;
+    }
+
+private:
+    int unit_;
+    FILE* file_ = nullptr;
+    FILE* previous_ = nullptr;
+};
+
+}  // namespace korvs_test
