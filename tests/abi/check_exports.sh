@@ -4,7 +4,8 @@
 set -euo pipefail
 library=$1
 include=$2
-exported=$(nm -D --defined-only "$library" | awk '$2 ~ /^[TDRBVW]$/ {print $3}' | sort -u)
+# Sanitizer builds add their own __asan/__odr_asan/__ubsan symbols; those are not ours.
+exported=$(nm -D --defined-only "$library" | awk '$2 ~ /^[TDRBVW]$/ && $3 !~ /^__/ {print $3}' | sort -u)
 declared=$(grep -h 'KORVS_API' "$include"/korvstat.h "$include"/korvstat/*.h |
            grep -oE '\bkorvs_[A-Za-z0-9_]+[[:space:]]*[(;]' | grep -oE 'korvs_[A-Za-z0-9_]+' | sort -u)
 status=0
