@@ -93,7 +93,10 @@ Context* create_context() {
     }
     pthread_mutex_unlock(&creation_lock);
     context_init(c);
-    if (key_set(context_key, c) != 0 && key_get(context_key) != c) context_out_of_memory();
+    // After the library was unloaded no key is left; the context then lives in this
+    // thread's cached pointer alone, for whatever calls the process still makes.
+    int status = key_set(context_key, c);
+    if (status == 12 && key_get(context_key) != c) context_out_of_memory();
     tls_context = c;
     return c;
 }

@@ -1,7 +1,8 @@
 // Thread layer over POSIX threads: one thread-specific slot holds each thread's block
 // of key values (word 0 is the block's length, word k the value of key k); a
 // process-wide registry of (thread, key, value) lets the unload release the values of
-// threads that are still alive.
+// threads that are still alive. The registry also holds each thread's block itself,
+// under the key number 0 that no key ever has, so the unload can release it too.
 #include "thread.hpp"
 
 #include <pthread.h>
@@ -38,8 +39,42 @@ KeyDestructor* destructors = nullptr;  // indexed by key
 int destructor_capacity = 0;
 int next_key = 1;
 int block_capacity = 0;  // length of the longest block handed out so far
+bool detached = false;   // the library has been unloaded: no keys any more
 
 long thread_id() { return static_cast<long>(gettid()); }
+
+// Under the registry lock: the entry of (thread, key) gets the value, in the entry the
+// pair already has, else the first free one, else a new one at the end (the registry
+// doubles when full). Status 12 when it cannot grow.
+int registry_put(long id, int key, void* value) {
+    int free_entry = -1, found = -1;
+    for (int i = 0; i < registry_count; ++i) {
+        if (registry[i].thread_id == id && registry[i].key == key) {
+            found = i;
+            break;
+        }
+        if (free_entry < 0 && registry[i].thread_id == 0) free_entry = i;
+    }
+    int status = 0;
+    if (found < 0) found = free_entry;
+    if (found < 0) {
+        if (registry_count >= registry_capacity) {
+            int capacity = registry_capacity * 2;
+            auto* grown = static_cast<RegistryEntry*>(std::calloc(capacity, sizeof(RegistryEntry)));
+            if (grown) {
+                std::memcpy(grown, registry, registry_count * sizeof(RegistryEntry));
+                std::free(registry);
+                registry = grown;
+                registry_capacity = capacity;
+            } else {
+                status = 12;
+            }
+        }
+        if (registry_count < registry_capacity) found = registry_count++;
+    }
+    if (found >= 0) registry[found] = RegistryEntry{id, key, value};
+    return status;
+}
 
 // Thread detach: release the thread's values and forget its registry entries.
 void thread_detach(void* block_ptr) {
@@ -88,14 +123,14 @@ __attribute__((destructor)) void process_detach() {
     pthread_mutex_lock(&registry_lock);
     for (int i = 0; i < registry_count; ++i) {
         RegistryEntry& e = registry[i];
-        if (e.thread_id == 0) continue;
+        if (e.thread_id == 0 || e.key == 0) continue;
         KeyDestructor d = e.key < destructor_capacity ? destructors[e.key] : nullptr;
         if (d) d(e.value);
-        e.thread_id = 0;
     }
-    // The calling thread's own block goes too; other threads' blocks die with them.
+    // Then the blocks of every thread; no thread-end destructor runs after the slot goes.
+    for (int i = 0; i < registry_count; ++i)
+        if (registry[i].thread_id != 0 && registry[i].key == 0) std::free(registry[i].value);
     if (slot_made) {
-        std::free(pthread_getspecific(slot));
         pthread_setspecific(slot, nullptr);
         pthread_key_delete(slot);
         slot_made = false;
@@ -104,6 +139,12 @@ __attribute__((destructor)) void process_detach() {
     registry = nullptr;
     registry_count = registry_capacity = 0;
     pthread_mutex_unlock(&registry_lock);
+    pthread_mutex_lock(&key_lock);
+    std::free(destructors);
+    destructors = nullptr;
+    destructor_capacity = 0;
+    detached = true;
+    pthread_mutex_unlock(&key_lock);
     tls_context = nullptr;
 }
 
@@ -111,6 +152,10 @@ __attribute__((destructor)) void process_detach() {
 
 int key_create(int* key, KeyDestructor destructor) {
     pthread_mutex_lock(&key_lock);
+    if (detached) {
+        pthread_mutex_unlock(&key_lock);
+        return 22;
+    }
     if (next_key >= destructor_capacity) {
         int capacity = destructor_capacity * 2;
         auto* grown = static_cast<KeyDestructor*>(std::calloc(capacity, sizeof(KeyDestructor)));
@@ -130,39 +175,15 @@ int key_create(int* key, KeyDestructor destructor) {
 }
 
 int key_set(int key, void* value) {
-    int status = 0;
     long id = thread_id();
     pthread_mutex_lock(&registry_lock);
-    int free_entry = -1, found = -1;
-    for (int i = 0; i < registry_count; ++i) {
-        if (registry[i].thread_id == id && registry[i].key == key) {
-            found = i;
-            break;
-        }
-        if (free_entry < 0 && registry[i].thread_id == 0) free_entry = i;
-    }
-    if (found < 0 && free_entry < 0) {
-        if (registry_count >= registry_capacity) {
-            int capacity = registry_capacity * 2;
-            auto* grown = static_cast<RegistryEntry*>(std::calloc(capacity, sizeof(RegistryEntry)));
-            if (grown) {
-                std::memcpy(grown, registry, registry_count * sizeof(RegistryEntry));
-                std::free(registry);
-                registry = grown;
-                registry_capacity = capacity;
-            } else {
-                status = 12;
-            }
-        }
-        if (registry_count < registry_capacity) found = registry_count++;
-    } else if (found < 0) {
-        found = free_entry;
-    }
-    if (found >= 0) registry[found] = RegistryEntry{id, key, value};
+    int status = detached ? 22 : registry_put(id, key, value);
     pthread_mutex_unlock(&registry_lock);
+    if (detached) return status;
 
     pthread_mutex_lock(&key_lock);
     auto* block = static_cast<void**>(pthread_getspecific(slot));
+    void** placed = nullptr;  // a block new to this thread, to be registered
     if (!block) {
         int length = destructor_capacity;
         block = static_cast<void**>(std::calloc(length, sizeof(void*)));
@@ -173,6 +194,7 @@ int key_set(int key, void* value) {
         block[0] = reinterpret_cast<void*>(static_cast<intptr_t>(length));
         pthread_setspecific(slot, block);
         if (length > block_capacity) block_capacity = length;
+        placed = block;
     }
     intptr_t length = reinterpret_cast<intptr_t>(block[0]);
     if (key >= length) {
@@ -189,9 +211,16 @@ int key_set(int key, void* value) {
         block[0] = reinterpret_cast<void*>(grown_length);
         pthread_setspecific(slot, block);
         if (grown_length > block_capacity) block_capacity = static_cast<int>(grown_length);
+        placed = block;
     }
     block[key] = value;
     pthread_mutex_unlock(&key_lock);
+
+    if (placed) {
+        pthread_mutex_lock(&registry_lock);
+        if (registry_put(id, 0, placed) != 0) status = 12;
+        pthread_mutex_unlock(&registry_lock);
+    }
     return status;
 }
 
