@@ -13,6 +13,21 @@ bool same_flag(const char* flag, char letter) {
     return flag && std::tolower(static_cast<unsigned char>(flag[0])) == std::tolower(static_cast<unsigned char>(letter));
 }
 
+void report_check(const char* trace, int code, int i1, int i2) {
+    korvs_e1psh(trace);
+    korvs_e1sti(1, i1);
+    korvs_e1sti(2, i2);
+    korvs_ermes(5, code);
+    korvs_e1pop(trace);
+}
+
+void report_flag(const char* trace, int code, const char* flag) {
+    korvs_e1psh(trace);
+    korvs_e1stl(1, flag ? flag : "");
+    korvs_ermes(5, code);
+    korvs_e1pop(trace);
+}
+
 bool null_argument(const char* routine, const char* name, const void* p) {
     if (p) return false;
     korvs_e1psh(routine);

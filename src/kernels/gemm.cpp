@@ -14,21 +14,6 @@ constexpr int kBlockL = 256;  // the l-slice of A kept in the second-level cache
 constexpr int kBlockI = 96;   // rows of that slice
 constexpr int kColumns = 4;   // columns of C held in registers
 
-void report(const char* trace, int code, int i1, int i2) {
-    korvs_e1psh(trace);
-    korvs_e1sti(1, i1);
-    korvs_e1sti(2, i2);
-    korvs_ermes(5, code);
-    korvs_e1pop(trace);
-}
-
-void report_flag(const char* trace, int code, const char* flag) {
-    korvs_e1psh(trace);
-    korvs_e1stl(1, flag ? flag : "");
-    korvs_ermes(5, code);
-    korvs_e1pop(trace);
-}
-
 // B(l, j) of op(B): the element itself, or of the transpose.
 template <class T> struct OpB {
     const T* b;
@@ -133,20 +118,20 @@ template <class T>
 void gemm(const char* transa, const char* transb, int m, int n, int k, T alpha, const T a[], int lda, const T b[],
           int ldb, T beta, T c[], int ldc) {
     const char* trace = "korvs_sgemm ";  // the double twin reports under the same name
-    if (m < 0) return report(trace, 2033, m, 0);
-    if (n < 0) return report(trace, 2014, n, 0);
-    if (k < 0) return report(trace, 11282, k, 0);
-    if (ldc < m || ldc == 0) return report(trace, 11283, ldc, m);
+    if (m < 0) return report_check(trace, 2033, m, 0);
+    if (n < 0) return report_check(trace, 2014, n, 0);
+    if (k < 0) return report_check(trace, 11282, k, 0);
+    if (ldc < m || ldc == 0) return report_check(trace, 11283, ldc, m);
     bool a_plain = same_flag(transa, 'N');
     bool a_trans = same_flag(transa, 'T') || same_flag(transa, 'C');
-    if (a_plain && (lda < m || lda == 0)) return report(trace, 11284, lda, m);
+    if (a_plain && (lda < m || lda == 0)) return report_check(trace, 11284, lda, m);
     if (!a_plain && !a_trans) return report_flag(trace, 11286, transa);
-    if (a_trans && (lda < k || lda == 0)) return report(trace, 11285, lda, k);
+    if (a_trans && (lda < k || lda == 0)) return report_check(trace, 11285, lda, k);
     bool b_plain = same_flag(transb, 'N');
     bool b_trans = same_flag(transb, 'T') || same_flag(transb, 'C');
-    if (b_plain && (ldb < k || ldb == 0)) return report(trace, 11287, ldb, k);
+    if (b_plain && (ldb < k || ldb == 0)) return report_check(trace, 11287, ldb, k);
     if (!b_plain && !b_trans) return report_flag(trace, 11286, transb);
-    if (b_trans && (ldb < n || ldb == 0)) return report(trace, 11281, ldb, n);
+    if (b_trans && (ldb < n || ldb == 0)) return report_check(trace, 11281, ldb, n);
 
     if (m == 0 || n == 0) return;
     if ((alpha == T(0) || k == 0) && beta == T(1)) return;

@@ -10,21 +10,6 @@
 namespace korvs {
 namespace {
 
-void report(const char* trace, int code, int i1, int i2) {
-    korvs_e1psh(trace);
-    korvs_e1sti(1, i1);
-    korvs_e1sti(2, i2);
-    korvs_ermes(5, code);
-    korvs_e1pop(trace);
-}
-
-void report_flag(const char* trace, int code, const char* flag) {
-    korvs_e1psh(trace);
-    korvs_e1stl(1, flag ? flag : "");
-    korvs_ermes(5, code);
-    korvs_e1pop(trace);
-}
-
 // y += A x over the n columns of A, y with unit increment.
 template <class T> void plain_unit_y(int m, int n, T alpha, const T* a, std::ptrdiff_t lda, const T* xs, int incx, T* y) {
     using V = typename Simd<T>::type;
@@ -66,11 +51,11 @@ template <class T>
 void gemv(const char* trans, int m, int n, T alpha, const T a[], int lda, const T x[], int incx, T beta, T y[],
           int incy) {
     const char* trace = "korvs_sgemv ";  // the double twin reports under the same name
-    if (m < 0) return report(trace, 2033, m, 0);
-    if (n < 0) return report(trace, 2014, n, 0);
-    if (lda < m || lda == 0) return report(trace, 1020, lda, m);
-    if (incx == 0) return report(trace, 2015, incx, 0);
-    if (incy == 0) return report(trace, 2016, incy, 0);
+    if (m < 0) return report_check(trace, 2033, m, 0);
+    if (n < 0) return report_check(trace, 2014, n, 0);
+    if (lda < m || lda == 0) return report_check(trace, 1020, lda, m);
+    if (incx == 0) return report_check(trace, 2015, incx, 0);
+    if (incy == 0) return report_check(trace, 2016, incy, 0);
     bool plain = same_flag(trans, 'N');
     if (!plain && !same_flag(trans, 'T') && !same_flag(trans, 'C')) return report_flag(trace, 20139, trans);
     if (m == 0 || n == 0) return;
@@ -119,11 +104,11 @@ void gemv(const char* trans, int m, int n, T alpha, const T a[], int lda, const 
 
 template <class T> void ger(int m, int n, T alpha, const T x[], int incx, const T y[], int incy, T a[], int lda) {
     const char* trace = "korvs_sger";  // the double twin reports under the same name
-    if (m < 0) return report(trace, 2033, m, 0);
-    if (n < 0) return report(trace, 2014, n, 0);
-    if (lda < m || lda == 0) return report(trace, 1020, lda, m);
-    if (incx == 0) return report(trace, 2015, 0, 0);
-    if (incy == 0) return report(trace, 2016, 0, 0);
+    if (m < 0) return report_check(trace, 2033, m, 0);
+    if (n < 0) return report_check(trace, 2014, n, 0);
+    if (lda < m || lda == 0) return report_check(trace, 1020, lda, m);
+    if (incx == 0) return report_check(trace, 2015, 0, 0);
+    if (incy == 0) return report_check(trace, 2016, 0, 0);
     if (m == 0 || n == 0 || alpha == T(0)) return;
     if (null_argument(trace, "x", x) || null_argument(trace, "y", y) || null_argument(trace, "a", a)) return;
     const T* xs = vector_base(x, m, incx);
@@ -137,9 +122,9 @@ template <class T> void ger(int m, int n, T alpha, const T x[], int incx, const 
 
 template <class T> void syr(const char* uplo, int n, T alpha, const T x[], int incx, T a[], int lda) {
     const char* trace = "l_ssyr";
-    if (n < 0) return report(trace, 2014, n, 0);
-    if (lda < n || lda == 0) return report(trace, 50055, lda, n);
-    if (incx == 0) return report(trace, 2015, incx, 0);
+    if (n < 0) return report_check(trace, 2014, n, 0);
+    if (lda < n || lda == 0) return report_check(trace, 50055, lda, n);
+    if (incx == 0) return report_check(trace, 2015, incx, 0);
     bool upper = same_flag(uplo, 'U');
     if (!upper && !same_flag(uplo, 'L')) return report_flag(trace, 50056, uplo);
     if (n == 0 || alpha == T(0)) return;

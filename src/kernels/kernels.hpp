@@ -18,6 +18,11 @@ template <class T> inline T* vector_base(T* x, int n, int inc) {
 // True when the first characters of flag and letter agree regardless of case.
 bool same_flag(const char* flag, char letter);
 
+// A failed check of a kernel: the code with up to two integer inserts, or with the flag
+// as a string insert, raised at type 5 inside a frame of the kernel's trace name.
+void report_check(const char* trace, int code, int i1, int i2);
+void report_flag(const char* trace, int code, const char* flag);
+
 // Raises 6002 for a null array or scalar argument inside a frame of the routine's own
 // name; returns true when p is null. The exported kernels check their pointers this way.
 bool null_argument(const char* routine, const char* name, const void* p);

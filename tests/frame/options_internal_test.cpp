@@ -23,13 +23,7 @@ using korvs::OptionList;
 using korvs::Output;
 using korvs::Shape;
 
-std::string inserts(const char* text) {
-    korvs_test::raised.clear();
-    korvs_e1psh("peek");
-    korvs_e1mes(3, 1, text);
-    korvs_e1pop("peek");
-    return korvs_test::raised.empty() ? "" : korvs_test::raised.back().text;
-}
+using korvs_test::inserts;
 
 // The settings the probe ended its walk with.
 struct Seen {

@@ -23,13 +23,7 @@ template <class T, class... Args> T* mat_mul(const char* expression, Args... arg
     }
 }
 
-std::string inserts(const char* text) {
-    korvs_test::raised.clear();
-    korvs_e1psh("peek");
-    korvs_e1mes(3, 1, text);
-    korvs_e1pop("peek");
-    return korvs_test::raised.empty() ? "" : korvs_test::raised.back().text;
-}
+using korvs_test::inserts;
 
 struct Dense {
     int rows = 0, cols = 0;

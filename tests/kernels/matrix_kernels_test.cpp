@@ -18,14 +18,7 @@ template <class T> class MatrixKernels : public korvs_test::KorvsTest {};
 using Types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(MatrixKernels, Types);
 
-// The inserts of the last report, read back through a message of our own.
-std::string inserts(const char* text) {
-    korvs_test::raised.clear();
-    korvs_e1psh("peek");
-    korvs_e1mes(3, 1, text);
-    korvs_e1pop("peek");
-    return korvs_test::raised.empty() ? "" : korvs_test::raised.back().text;
-}
+using korvs_test::inserts;
 
 bool plain(const char* flag) { return flag[0] == 'N' || flag[0] == 'n'; }
 
