@@ -11,6 +11,8 @@
 
 #include "korvstat/common.h"
 #include "korvstat/errors.h"
+#include "korvstat/kernels.h"
 #include "korvstat/machine.h"
+#include "korvstat/options.h"
 
 #endif

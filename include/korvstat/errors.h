@@ -36,31 +36,11 @@ KORVS_API int korvs_n1rnof(int operation) KORVS_NOEXCEPT;
 
 /* The code of the error that the routine called last ended with; 0 when it ran clean. */
 KORVS_API int korvs_error_code(void) KORVS_NOEXCEPT;
-/* Settings for this thread's error handling: a list of codes with values, ended by 0. */
+/* Settings for this thread's error handling: a list of codes with values, ended by 0
+ * (the codes are in korvstat/options.h). */
 KORVS_API void korvs_error_options(int code, ...) KORVS_NOEXCEPT;
 /* Installs the process-wide error hook; returns the pointer given. */
 KORVS_API korvs_error_hook korvs_set_at_checksum(korvs_error_hook hook) KORVS_NOEXCEPT;
-
-/* Codes of korvs_error_options. */
-enum {
-    KORVS_ERROR_MSG_FILE = 11400,
-    KORVS_ERROR_MSG_PATH = 11410,
-    KORVS_ERROR_PRINT_PROC = 11420,
-    KORVS_FULL_TRACEBACK = 11850,
-    KORVS_GET_ERROR_FILE = 11970,
-    KORVS_GET_PRINT = 11990,
-    KORVS_GET_STOP = 12000,
-    KORVS_GET_TRACEBACK = 12010,
-    KORVS_SET_ERROR_FILE = 14490,
-    KORVS_SET_PRINT = 14520,
-    KORVS_SET_STOP = 14530,
-    KORVS_SET_TRACEBACK = 14540,
-    KORVS_SET_SIGNAL_TRAPPING_ON = 16040,
-    KORVS_SET_SIGNAL_TRAPPING_OFF = 16041,
-    KORVS_SET_SIGNAL_TRAPPING = 16042,
-    KORVS_GET_PRINT_TYPE = 50000,
-    KORVS_SET_PRINT_TYPE = 50010
-};
 
 /* Print modes (KORVS_SET_PRINT_TYPE): the stream printer on the error unit, the
  * one-line form on standard error, the stream layout on standard output. */

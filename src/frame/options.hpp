@@ -5,6 +5,8 @@
 
 #include <cstdarg>
 
+#include "korvstat.h"
+
 namespace korvs {
 
 class OptionList {
@@ -37,10 +39,48 @@ public:
         ++position_;
         return static_cast<T*>(va_arg(*ap_, void*));
     }
+    // The _ADR form of a floating setting: a pointer read at once, at the routine's own
+    // precision. A null pointer leaves the setting as it was and raises 104 with the
+    // setting's name and the option's.
+    template <class T> void real_at(T& setting, const char* name, const char* option) {
+        if (const T* p = pointer<T>()) {
+            setting = *p;
+        } else {
+            null_user(name, option);
+        }
+    }
+    // The array of a _USER form (or of KORVS_RETURN_USER). A null pointer raises 104
+    // during the walk, with the array's name and the option's; the walk goes on.
+    template <class T> T* user(const char* array, const char* option) {
+        T* p = pointer<T>();
+        if (!p) null_user(array, option);
+        return p;
+    }
+    // An unknown code of a parser that returns at once: 11001 with the code and its
+    // position. The values behind the code cannot be skipped.
+    void unknown(int code) const { raise_unknown(code, 11001); }
+    // An unknown code of a parser that goes on: 103 with the code and its position. The
+    // walk then reads the next item as a code; it ends at a code below 1. Returns
+    // whether the walk goes on.
+    bool unknown_goes_on(int code) const {
+        raise_unknown(code, 103);
+        return code >= 1;
+    }
     // Position of the item read last, counted from 1 over the whole argument list.
     int position() const { return position_; }
 
 private:
+    void raise_unknown(int code, int error) const {
+        korvs_e1sti(1, code);
+        korvs_e1sti(2, position_);
+        korvs_ermes(5, error);
+    }
+    static void null_user(const char* array, const char* option) {
+        korvs_e1stl(1, array);
+        korvs_e1stl(2, option);
+        korvs_ermes(5, 104);
+    }
+
     va_list* ap_;
     int position_;
     int first_code_ = 0;

@@ -1,5 +1,6 @@
 /* The public header as a strict C11 program: both twins of a routine, a float passed
- * in a variable list, the complex types by value, the options of the error runtime. */
+ * in a variable list, the complex types by value, the options of the error runtime, the
+ * matrix product with its option list and a kernel taking its scalars by pointer. */
 #include <korvstat.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -27,6 +28,25 @@ int main(void) {
     char *version = korvs_version(KORVS_LIBRARY_VERSION);
     check(version != NULL, "version string");
     free(version);
+
+    {
+        /* A row-major 2 by 3 matrix (column dimension 4) times a vector, both twins. */
+        float af[8] = {1, 2, 3, 0, 4, 5, 6, 0}, xf[3] = {1, 1, 1};
+        double ad[8] = {1, 2, 3, 0, 4, 5, 6, 0}, xd[3] = {1, 1, 1}, c[4] = {0, 0, 0, 0};
+        int two = 2, three = 3;
+        double one = 1.0, zero = 0.0;
+        float *yf = korvs_f_mat_mul_rect("A*x", KORVS_A_MATRIX, 2, 3, af, KORVS_A_COL_DIM, 4,
+                                         KORVS_X_VECTOR, 3, xf, 0);
+        double *yd = korvs_d_mat_mul_rect("trans(x)*trans(A)", KORVS_A_MATRIX, 2, 3, ad, KORVS_A_COL_DIM, 4,
+                                          KORVS_X_VECTOR, 3, xd, 0);
+        check(yf != NULL && yf[0] == 6.0f && yf[1] == 15.0f, "float matrix product");
+        check(yd != NULL && yd[0] == 6.0 && yd[1] == 15.0, "double matrix product");
+        free(yf);
+        free(yd);
+        /* The first six numbers as a column-major 3 by 2 matrix M: C = M'M, by pointer. */
+        korvs_dgemm("T", 1, "N", 1, &two, &two, &three, &one, ad, &three, ad, &three, &zero, c, &two);
+        check(c[0] == 14.0 && c[1] == 23.0 && c[2] == 23.0 && c[3] == 41.0, "gemm by pointer");
+    }
 
     int stop = -1;
     korvs_error_options(KORVS_GET_STOP, KORVS_TERMINAL, &stop, 0);

@@ -54,6 +54,16 @@ protected:
     }
 };
 
+// The inserts left by the last message, read back by raising a message of our own with
+// the given placeholders, such as "%(i1) %(l1)".
+inline std::string inserts(const char* text) {
+    raised.clear();
+    korvs_e1psh("peek");
+    korvs_e1mes(3, 1, text);
+    korvs_e1pop("peek");
+    return raised.empty() ? "" : raised.back().text;
+}
+
 // Captures what the library writes on a logical unit into a string.
 class UnitCapture {
 public:

@@ -1,0 +1,75 @@
+// Internal kernels with no public door: the symmetric rank-one update of one triangle,
+// and the guard that holds a caller's row-major matrix in column-major order for the
+// time of a worker and restores it whatever the worker's outcome.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "frame/frame.hpp"
+#include "kernels/kernels.hpp"
+#include "kernels_api.hpp"
+#include "korvs_test.hpp"
+
+namespace {
+
+template <class T> class Internal : public korvs_test::KorvsTest {};
+using Types = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(Internal, Types);
+
+TYPED_TEST(Internal, SymmetricUpdateTouchesOneTriangleOnly) {
+    using T = TypeParam;
+    const int n = 5, lda = 7;
+    for (const char* uplo : {"U", "l"})
+        for (int inc : {1, -2}) {
+            auto x = random_vector<T>(1 + (n - 1) * std::abs(inc), 3);
+            auto want = random_vector<T>(lda * n, 4), got = want;
+            bool upper = uplo[0] == 'U';
+            for (int j = 0; j < n; ++j) {
+                T t = T(0.5) * x[offset(j, n, inc)];
+                for (int i = 0; i <= j; ++i) {
+                    T& e = upper ? want[i + j * lda] : want[j + i * lda];
+                    e += t * x[offset(i, n, inc)];
+                }
+            }
+            korvs::syr(uplo, n, T(0.5), x.data(), inc, got.data(), lda);
+            EXPECT_EQ(got, want) << uplo << " " << inc;
+        }
+    EXPECT_TRUE(this->errors().empty());
+}
+
+TYPED_TEST(Internal, SymmetricUpdateChecks) {
+    using T = TypeParam;
+    std::vector<T> a(9, 1), keep = a, x(3, 1);
+    struct Case {
+        const char* uplo;
+        int n, lda, inc, code;
+    } cases[] = {{"U", -1, 3, 1, 2014}, {"U", 3, 2, 1, 50055}, {"U", 0, 0, 1, 50055}, {"U", 3, 3, 0, 2015},
+                 {"X", 3, 3, 1, 50056}};
+    for (const Case& c : cases) {
+        this->clear();
+        korvs::syr(c.uplo, c.n, T(1), x.data(), c.inc, a.data(), c.lda);
+        EXPECT_TRUE(this->only_raised(5, c.code)) << c.code;
+        EXPECT_EQ(a, keep);
+    }
+}
+
+// A worker that reads its matrix column-major, then fails.
+template <class T> void l_reads_then_fails(int rows, int cols, T* a, std::vector<T>* seen) {
+    korvs::ColumnMajor<T> guard(rows, cols, a);
+    seen->assign(a, a + rows * cols);
+    korvs_ermes(5, 6002);
+}
+
+TYPED_TEST(Internal, CallersMatrixIsRestoredAfterAFailure) {
+    using T = TypeParam;
+    const int rows = 3, cols = 5;
+    auto a = random_vector<T>(rows * cols, 8), original = a;
+    std::vector<T> seen;
+    korvs::run_frame("worker", [&] { l_reads_then_fails(rows, cols, a.data(), &seen); });
+    EXPECT_TRUE(this->only_raised(5, 6002));
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j) EXPECT_EQ(seen[i + j * rows], original[i * cols + j]);
+    EXPECT_EQ(a, original);
+}
+
+}  // namespace
