@@ -11,14 +11,7 @@ using korvs_test::UnitCapture;
 
 namespace {
 
-// The inserts left by the last message, read back through a message of our own.
-std::string inserts(const char* text) {
-    korvs_test::raised.clear();
-    korvs_e1psh("peek");
-    korvs_e1mes(3, 1, text);
-    korvs_e1pop("peek");
-    return korvs_test::raised.empty() ? "" : korvs_test::raised.back().text;
-}
+using korvs_test::inserts;
 
 int get_switch(int code, int type) {
     int value = -1;

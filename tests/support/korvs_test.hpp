@@ -54,6 +54,16 @@ protected:
     }
 };
 
+// The inserts left by the last message, read back through a message of the caller's
+// own: inserts("%(i1) %(r2%.9g) %(l1)").
+inline std::string inserts(const char* text) {
+    raised.clear();
+    korvs_e1psh("peek");
+    korvs_e1mes(3, 1, text);
+    korvs_e1pop("peek");
+    return raised.empty() ? "" : raised.back().text;
+}
+
 // Captures what the library writes on a logical unit into a string.
 class UnitCapture {
 public:
