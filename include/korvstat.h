@@ -12,5 +12,6 @@
 #include "korvstat/common.h"
 #include "korvstat/errors.h"
 #include "korvstat/machine.h"
+#include "korvstat/special.h"
 
 #endif
