@@ -69,16 +69,6 @@ TEST(MessageSource, EveryCodeRaisedInTheSourcesHasARecord) {
         EXPECT_TRUE(found.count(known)) << "the scan missed " << known;
 }
 
-TEST(MessageSource, EachCodeOnceAndEachRecordWellFormed) {
-    std::map<long, int> seen;
-    for (const MessageRecord& r : korvs_test::read_message_source()) {
-        EXPECT_EQ(++seen[r.code], 1) << "code " << r.code << " has more than one record";
-        EXPECT_TRUE(r.type >= 1 && r.type <= 8) << r.code;
-        EXPECT_TRUE(std::regex_match(r.name, std::regex("[A-Z][A-Z0-9_]{0,30}"))) << r.code << " " << r.name;
-        EXPECT_FALSE(r.text.empty()) << r.code;
-    }
-}
-
 // The built file read on its own: header, tables, data base and records.
 struct ParsedFile {
     bool little = true;
