@@ -94,6 +94,20 @@ TEST_F(MessageFile, ReportInBoxModeGoesToStandardErrorToo) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error in reading korvs_e.bin\nFile not found.\n");
 }
 
+// The first lookup may come from the printer itself, for the name in the head of a
+// message raised with its own text; the report then must not wait on the printer.
+TEST_F(MessageFile, FirstLookupFromTheBoxPrinter) {
+    ScratchDir empty;
+    ::setenv("KORVSERRPATH", empty.path().c_str(), 1);
+    korvs_error_options(KORVS_SET_PRINT_TYPE, KORVS_PRINT_BOX, KORVS_SET_PRINT, 3, 1, 0);
+    testing::internal::CaptureStderr();
+    korvs_e1psh("boxed");
+    korvs_e1mes(3, 9003, "Own text.");
+    korvs_e1pop("boxed");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Error in reading korvs_e.bin\nFile not found.\nWARNING Error 9003 from boxed.  Own text.\n");
+}
+
 TEST_F(MessageFile, FileOfTheOtherByteOrderReadsTheSame) {
     ScratchDir dir;
     ASSERT_EQ(korvs_test::run_writer(dir.file("korvs_e.bin"), "--swap"), 0);
