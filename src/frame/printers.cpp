@@ -117,9 +117,11 @@ void box_printer(int type, int code, const char*, char* text) {
     const char* name = type_name(c, type);
     int name_length = static_cast<int>(std::strcspn(name, " "));
     const char* routine = routine_for_message(c);
+    // The name may be the process's first lookup, whose report takes the stream lock.
+    const char* error_name = type < 5 ? message_name(code) : "";
     stream_lock();
     if (type < 5)
-        std::fprintf(stderr, "%.*s Error %s from %s.  %s\n", name_length, name, message_name(code), routine, text);
+        std::fprintf(stderr, "%.*s Error %s from %s.  %s\n", name_length, name, error_name, routine, text);
     else
         std::fprintf(stderr, "%.*s Error from %s.  %s\n", name_length, name, routine, text);
     std::fflush(stderr);

@@ -21,6 +21,11 @@ int main(void) {
     check(korvs_f_vmax(3, 1.5f, 2.5f, 0.5f) == 2.5f, "float in a variable list");
     check(korvs_d_vmin(3, 1.5, -2.5, 0.5) == -2.5, "double in a variable list");
 
+    check(korvs_f_normal_cdf(0.0f) == 0.5f && korvs_d_normal_cdf(0.0) == 0.5, "normal distribution twins");
+    check(korvs_f_erf(0.0f) == 0.0f && korvs_d_erfc(0.0) == 1.0 && korvs_d_erfc_inverse(1.0) == 0.0,
+          "error function twins");
+    check(korvs_f_normal_inverse_cdf(0.5f) == 0.0f && korvs_d_normal_inverse_cdf(0.5) == 0.0, "normal inverse twins");
+
     korvs_f_complex a = korvs_cf_convert(3.0f, 4.0f);
     korvs_d_complex b = korvs_zc_convert(a);
     check(korvs_c_abs(a) == 5.0f && korvs_z_abs(b) == 5.0, "complex by value");

@@ -143,7 +143,9 @@ TEST_F(E1pos, ItsMessageNamesKorvsE1pos) {
     korvs_error_options(KORVS_SET_PRINT, 5, 1, 0);
     int print = 0, stop = 0;
     korvs_e1pos(-9, &print, &stop);
-    EXPECT_EQ(err.text(), "\n*** TERMINAL Error from korvs_e1pos.  Error code 132.\n\n");
+    EXPECT_EQ(err.text(),
+              "\n*** TERMINAL Error from korvs_e1pos.  The argument type = -9 must lie\n"
+              "***          between -8 and 8.\n\n");
 }
 
 }  // namespace

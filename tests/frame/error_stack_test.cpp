@@ -245,7 +245,9 @@ TEST_F(StreamPrinter, TerminalHeadHasNoErrorName) {
     UnitCapture err(3);
     korvs_error_options(KORVS_SET_PRINT, 5, 1, 0);
     korvs_i_machine(13);
-    EXPECT_EQ(err.text(), "\n*** TERMINAL Error from korvs_i_machine.  Error code 132.\n\n");
+    EXPECT_EQ(err.text(),
+              "\n*** TERMINAL Error from korvs_i_machine.  The argument n = 13 must lie\n"
+              "***          between 0 and 12.\n\n");
 }
 
 TEST_F(StreamPrinter, NamesTheRoutineTheCallerCalled) {
@@ -331,7 +333,8 @@ TEST_F(StreamPrinter, BoxModeWritesOneLineToStandardError) {
     routine_raising("boxed", 3, 87, "In a box.");
     korvs_i_machine(-1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "WARNING Error 87 from boxed.  In a box.\nTERMINAL Error from korvs_i_machine.  Error code 132.\n");
+              "WARNING Error 87 from boxed.  In a box.\n"
+              "TERMINAL Error from korvs_i_machine.  The argument n = -1 must lie between 0 and 12.\n");
 }
 
 TEST_F(StreamPrinter, AnyOtherModeSelectsTheStreamPrinter) {
@@ -365,7 +368,8 @@ TEST(DefaultStopDeathTest, FatalEndsWithStatus4AndItsMessage) {
 
 TEST(DefaultStopDeathTest, TerminalEndsWithStatus5AndItsMessage) {
     EXPECT_EXIT(korvs_i_machine(13), ::testing::ExitedWithCode(5),
-                "^\n\\*\\*\\* TERMINAL Error from korvs_i_machine\\.  Error code 132\\.\n\n$");
+                "^\n\\*\\*\\* TERMINAL Error from korvs_i_machine\\.  The argument n = 13 must lie\n"
+                "\\*\\*\\*          between 0 and 12\\.\n\n$");
 }
 
 TEST(DefaultStopDeathTest, WarningDoesNotStop) {
@@ -385,7 +389,9 @@ TEST(DefaultStopDeathTest, TraceStackHolds200Entries) {
             std::fputs("199 fit\n", stderr);
             korvs_e1psh("one_too_many");
         },
-        ::testing::ExitedWithCode(8), "199 fit\n.*INTERNAL Error from nested\\.  Error code 60000\\.");
+        ::testing::ExitedWithCode(8),
+        "199 fit\n.*INTERNAL Error from nested\\.  More than 200 routines are nested; the\n"
+        "\\*\\*\\*          routine trace is full\\.\n\n.* KORVS_INTERNAL    TRACE_FULL                nested\n");
 }
 
 TEST(DefaultStopDeathTest, PopWithAnotherNameIsAnInternalFailure) {
@@ -394,15 +400,20 @@ TEST(DefaultStopDeathTest, PopWithAnotherNameIsAnInternalFailure) {
             korvs_e1psh("pushed_name");
             korvs_e1pop("other_name");
         },
-        ::testing::ExitedWithCode(8), "INTERNAL Error from pushed_name\\.  Error code 60001\\.");
+        ::testing::ExitedWithCode(8),
+        "INTERNAL Error from pushed_name\\.  The routine other_name returned while\n"
+        "\\*\\*\\*          the routine on top of the trace was pushed_name\\.\n");
 }
 
 TEST(DefaultStopDeathTest, PopWithoutPushIsAnInternalFailure) {
-    EXPECT_EXIT(korvs_e1pop("never_pushed"), ::testing::ExitedWithCode(8), "Error code 60001\\.");
+    EXPECT_EXIT(korvs_e1pop("never_pushed"), ::testing::ExitedWithCode(8),
+                "INTERNAL Error from USER\\.  The routine never_pushed returned while the\n"
+                "\\*\\*\\*          routine on top of the trace was USER\\.\n");
 }
 
 TEST(DefaultStopDeathTest, InvalidLevelIsAnInternalFailure) {
-    EXPECT_EXIT(korvs_n1rty(2), ::testing::ExitedWithCode(8), "Error code 122\\.");
+    EXPECT_EXIT(korvs_n1rty(2), ::testing::ExitedWithCode(8),
+                "INTERNAL Error from USER\\.  The argument level = 2 must be 0 or 1\\.\n");
 }
 
 TEST(DefaultStopDeathTest, InvalidTypeInE1mesEndsWithStatus0) {
@@ -412,7 +423,9 @@ TEST(DefaultStopDeathTest, InvalidTypeInE1mesEndsWithStatus0) {
 }
 
 TEST(DefaultStopDeathTest, NoteCounterWithABadOperation) {
-    EXPECT_EXIT(korvs_n1rnof(3), ::testing::ExitedWithCode(8), "Error code 60003\\.");
+    EXPECT_EXIT(korvs_n1rnof(3), ::testing::ExitedWithCode(8),
+                "INTERNAL Error from USER\\.  The note counter knows the operations 1 and 2\n"
+                "\\*\\*\\*          only\\.\n");
 }
 
 }  // namespace

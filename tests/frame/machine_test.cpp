@@ -227,7 +227,9 @@ TEST_F(Machine, VersionOfAnUnknownCode) {
     EXPECT_EQ(korvs_version(1), nullptr);
     EXPECT_TRUE(only_raised(5, 103));
     // Raised inside the worker; the message names the routine the caller called.
-    EXPECT_EQ(err.text(), "\n*** TERMINAL Error from korvs_version.  Error code 103.\n\n");
+    EXPECT_EQ(err.text(),
+              "\n*** TERMINAL Error from korvs_version.  The optional argument code 1 at\n"
+              "***          position 1 of the argument list is not one this routine knows.\n\n");
 }
 
 TEST_F(Machine, LogicalUnits) {

@@ -118,8 +118,11 @@ TEST_F(SignalTrap, WithTrappingOffNoJumpBufferIsUsed) {
 
 TEST(SignalTrapDeathTest, DefaultStopEndsWithStatus5AndBothMessages) {
     EXPECT_EXIT(faulting_routine(), ::testing::ExitedWithCode(5),
-                "^\n\\*\\*\\* TERMINAL Error from faulting_routine\\.  Error code 511\\.\n\n"
-                "\n\\*\\*\\* TERMINAL Error from faulting_routine\\.  Error code 102\\.\n\n$");
+                "^\n\\*\\*\\* TERMINAL Error from faulting_routine\\.  The routine met signal 11,\n"
+                "\\*\\*\\*          SIGSEGV: an access to memory outside the program's reach, often\n"
+                "\\*\\*\\*          an array shorter than its dimension says\\.\n\n"
+                "\n\\*\\*\\* TERMINAL Error from faulting_routine\\.  The routine was abandoned after a\n"
+                "\\*\\*\\*          trapped signal; it has delivered no results\\.\n\n$");
 }
 
 }  // namespace

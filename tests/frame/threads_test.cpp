@@ -20,7 +20,11 @@ TEST(FirstThreadRuleDeathTest, SecondThreadWithTrappingOnEndsTheProcess) {
             second.join();
             std::exit(0);
         },
-        ::testing::ExitedWithCode(4), "^\n\\*\\*\\* FATAL    Error 499 from korvs_f_machine\\.  Error code 499\\.\n\n$");
+        ::testing::ExitedWithCode(4),
+        "^\n\\*\\*\\* FATAL    Error SECOND_THREAD from korvs_f_machine\\.  A second thread\n"
+        "\\*\\*\\*          called the library while signal trapping is on\\. Turn trapping\n"
+        "\\*\\*\\*          off with KORVS_SET_SIGNAL_TRAPPING_OFF before a second thread\n"
+        "\\*\\*\\*          makes its first call\\.\n\n$");
 }
 
 TEST(FirstThreadRuleDeathTest, ALaterThreadCountsAfterTheFirstHasEnded) {
@@ -31,7 +35,7 @@ TEST(FirstThreadRuleDeathTest, ALaterThreadCountsAfterTheFirstHasEnded) {
             korvs_f_machine(1);  // this thread is later than the first, which has ended
             std::exit(0);
         },
-        ::testing::ExitedWithCode(4), "Error 499");
+        ::testing::ExitedWithCode(4), "FATAL    Error SECOND_THREAD from korvs_f_machine");
 }
 
 TEST(FirstThreadRuleDeathTest, AThreadThatNeverCalledDoesNotCount) {

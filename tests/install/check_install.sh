@@ -12,6 +12,10 @@ trap 'rm -rf "$work"' EXIT
 libdir=$(dirname "$(find "$work/prefix" -name 'libkorvstat.so' | head -n 1)")
 test -f "$work/prefix/include/korvstat.h"
 test -f "$libdir/pkgconfig/korvstat.pc"
+test -f "$libdir/korvs_e.bin"
+# The installed library finds its messages beside itself, from any directory.
+unset KORVSERRPATH
+cd "$work"
 
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 "$cc" -std=c11 -Wall -Werror "$source/consumer.c" -o "$work/by_pkgconfig" \

@@ -54,8 +54,8 @@ protected:
     }
 };
 
-// The inserts left by the last message, read back by raising a message of our own with
-// the given placeholders, such as "%(i1) %(l1)".
+// The inserts left by the last message, read back through a message of the caller's
+// own: inserts("%(i1) %(r2%.9g) %(l1)").
 inline std::string inserts(const char* text) {
     raised.clear();
     korvs_e1psh("peek");
