@@ -16,7 +16,7 @@ Context* first_context = nullptr;
 std::atomic<int> trapping{1};
 std::atomic<int> threads_with_trapping{0};
 std::atomic<Hook> error_hook{nullptr};
-thread_local Context* tls_context [[gnu::tls_model("initial-exec")]] = nullptr;
+constinit thread_local Context* tls_context [[gnu::tls_model("initial-exec")]] = nullptr;
 
 namespace {
 

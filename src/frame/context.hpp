@@ -70,7 +70,7 @@ void context_init(Context* c);
 
 // The calling thread's context, created at need; never null. The pointer is cached in
 // a thread-local word so that the frame's fixed cost stays a load and a test.
-extern thread_local Context* tls_context [[gnu::tls_model("initial-exec")]];
+extern constinit thread_local Context* tls_context [[gnu::tls_model("initial-exec")]];
 inline Context* get_context() {
     Context* c = tls_context;
     return c ? c : create_context();
