@@ -14,5 +14,6 @@
 #include "korvstat/kernels.h"
 #include "korvstat/machine.h"
 #include "korvstat/options.h"
+#include "korvstat/output.h"
 
 #endif
