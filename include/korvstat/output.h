@@ -30,6 +30,10 @@ KORVS_API void korvs_page(int option, int *value) KORVS_NOEXCEPT;
  * KORVS_GET_ERROR_FILE, KORVS_SET_ERROR_FILE, each with its FILE ** or FILE *, ended by 0. */
 KORVS_API void korvs_output_file(int code, ...) KORVS_NOEXCEPT;
 
+/* A text of fewer than 256 characters: each newline ends a line, and a line longer than
+ * width is cut into pieces of width characters. */
+KORVS_API void korvs_wrtrl(const char *text, int width) KORVS_NOEXCEPT;
+
 KORVS_END_DECLS
 
 #endif
