@@ -30,6 +30,11 @@ KORVS_API void korvs_page(int option, int *value) KORVS_NOEXCEPT;
  * KORVS_GET_ERROR_FILE, KORVS_SET_ERROR_FILE, each with its FILE ** or FILE *, ended by 0. */
 KORVS_API void korvs_output_file(int code, ...) KORVS_NOEXCEPT;
 
+/* Prints the row-major nra by nca matrix a under a title; options follow, ended by 0. */
+KORVS_API void korvs_f_write_matrix(const char *title, int nra, int nca, float a[], ...) KORVS_NOEXCEPT;
+KORVS_API void korvs_d_write_matrix(const char *title, int nra, int nca, double a[], ...) KORVS_NOEXCEPT;
+KORVS_API void korvs_i_write_matrix(const char *title, int nra, int nca, int a[], ...) KORVS_NOEXCEPT;
+
 /* A text of fewer than 256 characters: each newline ends a line, and a line longer than
  * width is cut into pieces of width characters. */
 KORVS_API void korvs_wrtrl(const char *text, int width) KORVS_NOEXCEPT;
