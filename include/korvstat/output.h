@@ -35,6 +35,11 @@ KORVS_API void korvs_f_write_matrix(const char *title, int nra, int nca, float a
 KORVS_API void korvs_d_write_matrix(const char *title, int nra, int nca, double a[], ...) KORVS_NOEXCEPT;
 KORVS_API void korvs_i_write_matrix(const char *title, int nra, int nca, int a[], ...) KORVS_NOEXCEPT;
 
+/* One value under a title, after an empty line. */
+KORVS_API void korvs_wrrrs(const char *title, float x) KORVS_NOEXCEPT;
+KORVS_API void korvs_dwrrrs(const char *title, double x) KORVS_NOEXCEPT;
+KORVS_API void korvs_wrirs(const char *title, int x) KORVS_NOEXCEPT;
+
 /* A text of fewer than 256 characters: each newline ends a line, and a line longer than
  * width is cut into pieces of width characters. */
 KORVS_API void korvs_wrtrl(const char *text, int width) KORVS_NOEXCEPT;
