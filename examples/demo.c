@@ -1,5 +1,5 @@
-/* The korvstat demo: the machine constants, the version strings, and the error
- * runtime at work on a bad argument. */
+/* The korvstat demo: the version strings, the machine constants printed as tables, and
+ * the error runtime at work on a bad argument. */
 #include <korvstat.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -17,13 +17,26 @@ int main(void) {
     free(os);
     free(compiler);
 
-    printf("%-28s %-16s %s\n", "machine constant", "float", "double");
-    for (int n = 1; n <= 8; ++n)
-        printf("%d %-26s %-16.8g %.17g\n", n, names[n - 1], korvs_f_machine(n), korvs_d_machine(n));
-
-    printf("\ninteger machine table:");
-    for (int n = 0; n <= 12; ++n) printf(" %d", korvs_i_machine(n));
-    printf("\n");
+    /* The constants as one-column tables with labelled rows, in the library's own table
+     * writer: NaN prints as dots, the infinities as a field of "+" or "-". */
+    float single[8];
+    double twin[8];
+    int integers[13];
+    for (int n = 1; n <= 8; ++n) {
+        single[n - 1] = korvs_f_machine(n);
+        twin[n - 1] = korvs_d_machine(n);
+    }
+    for (int n = 0; n <= 12; ++n) integers[n] = korvs_i_machine(n);
+    const char *float_label[1] = {"float"}, *double_label[1] = {"double"};
+    korvs_f_write_matrix("Machine constants", 8, 1, single, KORVS_ROW_LABELS, names, KORVS_COL_LABELS, float_label,
+                         KORVS_WRITE_FORMAT, "%16.7e", 0);
+    korvs_d_write_matrix("", 8, 1, twin, KORVS_ROW_LABELS, names, KORVS_COL_LABELS, double_label,
+                         KORVS_WRITE_FORMAT, "%24.16e", 0);
+    /* Thirteen columns do not fit the 78 columns of the page: they come in blocks. (The
+     * default format would choose the exponent form here: the largest int is no integer
+     * to the %W choice, which takes whole numbers below 2147483647 only.) */
+    korvs_i_write_matrix("\nInteger machine table", 1, 13, integers, KORVS_COL_NUMBER_ZERO, KORVS_WRITE_FORMAT,
+                         "%10d", 0);
 
     /* A TERMINAL error ends the process by default. With the Stop switch of type 5 off,
      * the message is printed and the program goes on. */

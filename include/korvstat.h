@@ -14,6 +14,7 @@
 #include "korvstat/kernels.h"
 #include "korvstat/machine.h"
 #include "korvstat/options.h"
+#include "korvstat/output.h"
 #include "korvstat/special.h"
 
 #endif

@@ -82,6 +82,7 @@ template <class T> void m1ran(int rows, int cols, const T a[], T b[]) {
 
 template void m1ran(int, int, const float[], float[]);
 template void m1ran(int, int, const double[], double[]);
+template void m1ran(int, int, const int[], int[]);  // integer tables of the output engine
 
 }  // namespace korvs
 

@@ -1,9 +1,11 @@
 /* The public header as a strict C11 program: both twins of a routine, a float passed
  * in a variable list, the complex types by value, the options of the error runtime, the
- * matrix product with its option list and a kernel taking its scalars by pointer. */
+ * matrix product with its option list, a kernel taking its scalars by pointer, and the
+ * table writer in string mode. */
 #include <korvstat.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 static int failures = 0;
 
@@ -51,6 +53,27 @@ int main(void) {
         /* The first six numbers as a column-major 3 by 2 matrix M: C = M'M, by pointer. */
         korvs_dgemm("T", 1, "N", 1, &two, &two, &three, &one, ad, &three, ad, &three, &zero, c, &two);
         check(c[0] == 14.0 && c[1] == 23.0 && c[2] == 23.0 && c[3] == 41.0, "gemm by pointer");
+    }
+
+    {
+        /* The table writer in string mode from C, and the output settings. */
+        float f[2] = {1.5f, 2.25f};
+        double d[2] = {1.0, 2.0};
+        int i[2] = {7, 8}, width = 0, paging = 0;
+        const char *labels[2] = {"a", "b"};
+        char *text = NULL;
+        korvs_f_write_matrix("", 1, 2, f, KORVS_NO_COL_LABELS, KORVS_RETURN_STRING, &text, 0);
+        check(text != NULL && strcmp(text, "         1.50         2.25\n") == 0, "float table in a string");
+        free(text);
+        korvs_d_write_matrix("", 2, 1, d, KORVS_ROW_LABELS, labels, KORVS_RETURN_STRING, &text, 0);
+        check(text != NULL && strcmp(text, "a            1\nb            2\n") == 0, "double table in a string");
+        free(text);
+        korvs_i_write_matrix("", 1, 2, i, KORVS_WRITE_FORMAT, "%3d", KORVS_NO_COL_LABELS, KORVS_RETURN_STRING, &text, 0);
+        check(text != NULL && strcmp(text, "    7    8\n") == 0, "integer table in a string");
+        free(text);
+        korvs_page(1, &width);
+        korvs_write_options(-KORVS_SET_PAGING, &paging);
+        check(width == 78 && paging == -2, "page and write options");
     }
 
     int stop = -1;
