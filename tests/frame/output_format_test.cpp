@@ -106,11 +106,14 @@ TYPED_TEST(Format, TheFlagsOfAWConversionCarryOver) {
 TYPED_TEST(Format, NaNAndInfinitiesPrintAsFillCharacters) {
     using T = TypeParam;
     const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
-    // They take no part in the choice: 1.5 alone chooses one decimal.
+    // NaN takes no part in the choice: 1.5 alone chooses one decimal.
+    EXPECT_EQ(row<T>(nullptr, {nan, 1.5}), "  ..........." + sp(10) + "1.5\n");
+    // An infinity is the largest value: %11.4W becomes %11.3e for all.
     EXPECT_EQ(row<T>(nullptr, {nan, inf, -inf, 1.5}),
-              "  ..........." + sp(2) + "+++++++++++" + sp(2) + "-----------" + sp(10) + "1.5\n");
+              "  ..........." + sp(2) + "+++++++++++" + sp(2) + "-----------" + sp(4) + "1.500e+00\n");
     EXPECT_EQ(row<T>(nullptr, {nan, nan}), "  ...........  ...........\n");
     EXPECT_EQ(row<T>("%5.2W", {nan}), "  .....\n");
+    EXPECT_EQ(row<T>("%5.2W", {inf, 2}), "  +++++      2\n");
     EXPECT_EQ(row<T>("%4d%7.2f", {inf, -inf}), "  ++++  -------\n");
 }
 

@@ -83,6 +83,7 @@ Conversion value_format(double x, int flags, int w, int s) {
     if (std::isnan(x)) return w >= 7 ? exponent : fixed;
     double a = std::fabs(x);
     if (w >= 7 && ((a > 0.0 && a < 0.001) || a >= 1e7)) return exponent;
+    if (std::isinf(a)) return fixed;  // a narrow field of "+" or "-" whatever the decimals
     int length;  // digits before the decimal point
     int d;       // decimals
     if (a == 0.0) {
@@ -128,8 +129,10 @@ FormatChoice::FormatChoice(const Conversion& w, int digits) : w_(w) {
     digits_ = s < digits ? s : digits;
 }
 
+// NaN takes no part in the choice. An infinity does: it is the largest value, and no
+// integer, so with it the whole set takes the exponent form in a field of 7 or more.
 void FormatChoice::scan(double x) {
-    if (!std::isfinite(x)) return;
+    if (std::isnan(x)) return;
     any_ = true;
     double a = std::fabs(x);
     if (a > largest_) largest_ = a;
