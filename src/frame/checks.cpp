@@ -66,8 +66,9 @@ template <class T> void check_zero_diagonal(int n, const T a[], int lda, int* co
 }
 
 template <class T>
-void check_weight_row(int group_mode, int group, const T x[], int ldx, int row, int increment, int freq_column,
-                      int weight_column, int* missing_count, T* freq, T* weight, int* status) {
+void check_weight_row(int group_mode, int group, const T x[], int ldx, int row, int increment,
+                      int freq_column, int weight_column, int* missing_count, T* freq, T* weight,
+                      int* status) {
     auto at = [&](int column) { return x[row + static_cast<long long>(column - 1) * ldx]; };
     // A negative frequency or weight: type 4, with the group when there is one.
     auto negative = [&](T value, int plain_code, int group_code) {
@@ -128,6 +129,7 @@ template void check_nonnegative(double, const char*, int*);
 template void check_zero_diagonal(int, const float[], int, int*);
 template void check_zero_diagonal(int, const double[], int, int*);
 template void check_weight_row(int, int, const float[], int, int, int, int, int, int*, float*, float*, int*);
-template void check_weight_row(int, int, const double[], int, int, int, int, int, int*, double*, double*, int*);
+template void check_weight_row(int, int, const double[], int, int, int, int, int, int*, double*, double*,
+                               int*);
 
 }  // namespace korvs

@@ -23,8 +23,9 @@ template <class T> void check_zero_diagonal(int n, const T a[], int lda, int* co
 // weight (type 4: 11054 to 11057). An increment of -1 negates the frequency, which
 // turns the observation into a deletion.
 template <class T>
-void check_weight_row(int group_mode, int group, const T x[], int ldx, int row, int increment, int freq_column,
-                      int weight_column, int* missing_count, T* freq, T* weight, int* status);
+void check_weight_row(int group_mode, int group, const T x[], int ldx, int row, int increment,
+                      int freq_column, int weight_column, int* missing_count, T* freq, T* weight,
+                      int* status);
 
 // A column dimension of an operand: -1 (not given) takes the number of columns, and one
 // below the number of columns raises 1024 with the array's name. False on failure.

@@ -24,8 +24,9 @@ int context_key = 0;
 int context_once = 0;
 pthread_mutex_t creation_lock = PTHREAD_MUTEX_INITIALIZER;
 
-const char* const kTypeNames[kTypes] = {"INTERNAL", "NOTE    ", "ALERT   ", "WARNING ", "FATAL   ",
-                                        "TERMINAL", "WARNING_IMMEDIATE", "FATAL_IMMEDIATE", "INTERNAL"};
+const char* const kTypeNames[kTypes] = {"INTERNAL",          "NOTE    ",        "ALERT   ",
+                                        "WARNING ",          "FATAL   ",        "TERMINAL",
+                                        "WARNING_IMMEDIATE", "FATAL_IMMEDIATE", "INTERNAL"};
 // Print, Stop, Trace and Immediate of the types 0 to 8.
 constexpr unsigned char kPrint[kTypes] = {0, 0, 0, 1, 1, 1, 1, 1, 1};
 constexpr unsigned char kStop[kTypes] = {0, 0, 0, 0, 1, 1, 0, 0, 1};
@@ -69,7 +70,8 @@ void context_init(Context* c) {
     // later, so a new context holds 4096.
     c->message_capacity = 2048;
     c->message = static_cast<char*>(std::malloc(c->message_capacity));
-    char* grown = c->message ? static_cast<char*>(std::realloc(c->message, 2 * c->message_capacity)) : nullptr;
+    char* grown =
+        c->message ? static_cast<char*>(std::realloc(c->message, 2 * c->message_capacity)) : nullptr;
     if (!grown) context_out_of_memory();
     c->message = grown;
     c->message_capacity *= 2;

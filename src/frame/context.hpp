@@ -13,10 +13,10 @@ constexpr int kJumpDepth = 100;
 constexpr int kTypes = 9;
 
 struct TraceEntry {
-    unsigned char type;       // error type recorded for this frame
-    signed char user_level;   // nonzero: this routine counts as the caller's side
-    int code;                 // error code recorded for this frame
-    const char* name;         // the routine's name, a string of static lifetime
+    unsigned char type;      // error type recorded for this frame
+    signed char user_level;  // nonzero: this routine counts as the caller's side
+    int code;                // error code recorded for this frame
+    const char* name;        // the routine's name, a string of static lifetime
 };
 
 using Printer = void (*)(int type, int code, const char* routine, char* text);
@@ -29,8 +29,8 @@ struct Context {
     double insert_real[10];
     double insert_complex[10][2];
     const char* insert_string[10];
-    char* error_path;   // search path of the message file, a copy owned by the context
-    char* error_file;   // name of the message file
+    char* error_path;  // search path of the message file, a copy owned by the context
+    char* error_file;  // name of the message file
     sigjmp_buf jump_buffers[kJumpDepth];
     int last_type[2];
     int last_code[2];

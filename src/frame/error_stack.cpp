@@ -83,8 +83,7 @@ void pop_full(Context* c, const char* name) {
         }
     }
     TraceEntry* top = c->trace_top;
-    if (top == base ||
-        (top->name != name && (!name || !top->name || std::strcmp(top->name, name) != 0))) {
+    if (top == base || (top->name != name && (!name || !top->name || std::strcmp(top->name, name) != 0))) {
         korvs_e1stl(1, name ? name : "");
         korvs_e1stl(2, top->name ? top->name : "");
         korvs_ermes(8, 60001);  // type 8: ends the process
@@ -108,10 +107,7 @@ void pop_full(Context* c, const char* name) {
     --c->trace_top;
 }
 
-
-void terminate() {
-    std::exit(get_context()->trace_top->type);
-}
+void terminate() { std::exit(get_context()->trace_top->type); }
 
 }  // namespace korvs
 

@@ -18,10 +18,22 @@ enum class Slot { integer, real, complex, string, none };
 
 Slot slot_kind(char letter) {
     switch (letter) {
-    case 'C': case 'c': case 'Z': case 'z': return Slot::complex;
-    case 'D': case 'd': case 'F': case 'f': case 'R': case 'r': return Slot::real;
-    case 'I': case 'i': return Slot::integer;
-    case 'L': case 'l': case 'S': case 's': return Slot::string;
+    case 'C':
+    case 'c':
+    case 'Z':
+    case 'z': return Slot::complex;
+    case 'D':
+    case 'd':
+    case 'F':
+    case 'f':
+    case 'R':
+    case 'r': return Slot::real;
+    case 'I':
+    case 'i': return Slot::integer;
+    case 'L':
+    case 'l':
+    case 'S':
+    case 's': return Slot::string;
     default: return Slot::none;
     }
 }
@@ -39,11 +51,14 @@ bool format_fits(const char* f, Slot kind) {
             continue;
         }
         ++p;
-        while (*p && std::strchr("-+ #0", *p)) ++p;
-        while (*p >= '0' && *p <= '9') ++p;
+        while (*p && std::strchr("-+ #0", *p))
+            ++p;
+        while (*p >= '0' && *p <= '9')
+            ++p;
         if (*p == '.') {
             ++p;
-            while (*p >= '0' && *p <= '9') ++p;
+            while (*p >= '0' && *p <= '9')
+                ++p;
         }
         if (!*p || !std::strchr(allowed, *p)) return false;
         ++found;

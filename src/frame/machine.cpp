@@ -13,7 +13,8 @@ extern "C" const korvs_machine_table korvs_machine_table_data = {
      mach<float>::nan, mach<float>::inf, mach<float>::minus_inf},
     {mach<double>::tiny, mach<double>::huge, mach<double>::half_eps, mach<double>::eps, mach<double>::log10_2,
      mach<double>::nan, mach<double>::inf, mach<double>::minus_inf}};
-extern "C" KORVS_API const korvs_machine_table korvs_machine __attribute__((alias("korvs_machine_table_data")));
+extern "C" KORVS_API const korvs_machine_table korvs_machine
+    __attribute__((alias("korvs_machine_table_data")));
 
 namespace korvs {
 namespace {

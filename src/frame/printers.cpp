@@ -19,14 +19,16 @@ constexpr int kIndentWidth = 12;
 // The routine a message names: the export the caller called, however deep the raise.
 const char* routine_for_message(const Context* c) {
     const TraceEntry* e = c->trace_top;
-    while (e->user_level == 0 && e > &c->trace[0]) --e;
+    while (e->user_level == 0 && e > &c->trace[0])
+        --e;
     return e < c->trace_top ? (e + 1)->name : e->name;
 }
 
 void make_head(char* head, std::size_t size, const Context* c, int type, int code) {
     const char* routine = routine_for_message(c);
     if (type < 5)
-        std::snprintf(head, size, "\n*** %s Error %s from %s.  ", type_name(c, type), message_name(code), routine);
+        std::snprintf(head, size, "\n*** %s Error %s from %s.  ", type_name(c, type), message_name(code),
+                      routine);
     else
         std::snprintf(head, size, "\n*** %s Error from %s.  ", type_name(c, type), routine);
 }
@@ -50,7 +52,8 @@ void write_wrapped(FILE* out, int column, const char* text) {
             end = n;
         } else {
             std::size_t i = window;
-            while (i > start && rest[i - 1] != ' ') --i;
+            while (i > start && rest[i - 1] != ' ')
+                --i;
             if (i > start) {
                 end = i - 1;
             } else if (!lead && column > kIndentWidth) {

@@ -33,11 +33,13 @@ void install(SignalState* s) {
     action.sa_handler = signal_handler;
     action.sa_flags = SA_NODEFER;
     sigemptyset(&action.sa_mask);
-    for (int i = 0; i < 2; ++i) sigaction(s->signals[i], &action, &s->saved[i]);
+    for (int i = 0; i < 2; ++i)
+        sigaction(s->signals[i], &action, &s->saved[i]);
 }
 
 void restore(SignalState* s) {
-    for (int i = 0; i < 2; ++i) sigaction(s->signals[i], &s->saved[i], nullptr);
+    for (int i = 0; i < 2; ++i)
+        sigaction(s->signals[i], &s->saved[i], nullptr);
 }
 
 // korvs_signal_frame: 1 enters a trapped frame, 0 leaves it. Returns the thread's

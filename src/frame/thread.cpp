@@ -199,7 +199,8 @@ int key_set(int key, void* value) {
     intptr_t length = reinterpret_cast<intptr_t>(block[0]);
     if (key >= length) {
         intptr_t grown_length = destructor_capacity;
-        while (key >= grown_length) grown_length *= 2;
+        while (key >= grown_length)
+            grown_length *= 2;
         auto* grown = static_cast<void**>(std::calloc(grown_length, sizeof(void*)));
         if (!grown) {
             pthread_mutex_unlock(&key_lock);

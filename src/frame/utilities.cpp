@@ -11,7 +11,7 @@
 namespace korvs {
 namespace {
 
-template <class T> T max2(T a, T b) { return a > b ? a : b; }  // a NaN on either side gives b
+template <class T> T max2(T a, T b) { return a > b ? a : b; }   // a NaN on either side gives b
 template <class T> T min2(T a, T b) { return a >= b ? b : a; }  // a NaN on either side gives a
 
 // The running extreme of n values in the variable list: it starts at the first value
@@ -136,10 +136,11 @@ KORVS_API int korvs_i_vmin(int n, ...) noexcept {
     return r;
 }
 
-
 KORVS_API float korvs_ff_power(float x, float y) noexcept { return std::pow(x, y); }
 KORVS_API double korvs_dd_power(double x, double y) noexcept { return std::pow(x, y); }
-KORVS_API float korvs_fi_power(float x, int n) noexcept { return static_cast<float>(korvs::integer_power(x, n)); }
+KORVS_API float korvs_fi_power(float x, int n) noexcept {
+    return static_cast<float>(korvs::integer_power(x, n));
+}
 KORVS_API double korvs_di_power(double x, int n) noexcept { return korvs::integer_power(x, n); }
 
 // Integer power with wrap-around. A negative exponent has the integer value of the

@@ -27,7 +27,9 @@ char* copy_out(const char* text) {
 void l_version(int code, char** result) {
     char text[256];
     switch (code) {
-    case KORVS_LIBRARY_VERSION: std::snprintf(text, sizeof text, "KORV Statistics Library Version 4.0"); break;
+    case KORVS_LIBRARY_VERSION:
+        std::snprintf(text, sizeof text, "KORV Statistics Library Version 4.0");
+        break;
     case KORVS_OS_VERSION: {
         struct utsname u;
         if (uname(&u) == 0)
@@ -38,7 +40,8 @@ void l_version(int code, char** result) {
     }
     case KORVS_COMPILER_VERSION:
 #if defined(__clang__)
-        std::snprintf(text, sizeof text, "Clang %d.%d.%d", __clang_major__, __clang_minor__, __clang_patchlevel__);
+        std::snprintf(text, sizeof text, "Clang %d.%d.%d", __clang_major__, __clang_minor__,
+                      __clang_patchlevel__);
 #elif defined(__GNUC__)
         std::snprintf(text, sizeof text, "GCC %d.%d.%d", __GNUC__, __GNUC_MINOR__, __GNUC_PATCHLEVEL__);
 #else
