@@ -26,9 +26,9 @@ KORVS_API double korvs_d_normal_cdf(double x) KORVS_NOEXCEPT;
 KORVS_API float korvs_f_normal_inverse_cdf(float p) KORVS_NOEXCEPT;
 KORVS_API double korvs_d_normal_inverse_cdf(double p) KORVS_NOEXCEPT;
 
-/* The gamma function. Its poles (0 and the negative integers) are TERMINAL 9024 and
- * 9006 with NaN; above xmax (about 171.6 in double, 35.04 in float) it is FATAL 9009
- * and NaN; below xmin (about -170.6 and -34.0) it gives 0 with ALERT 9014. */
+/* The gamma function. Its poles give NaN: 0 is TERMINAL 9024, the negative integers to
+ * -10 TERMINAL 9006 and those beyond FATAL 9021. Above 171.61 (float: 35.03) it is FATAL
+ * 9009 and NaN; below -170.57 (float: -33.96) it gives 0 with ALERT 9014. */
 KORVS_API float korvs_f_gamma(float x) KORVS_NOEXCEPT;
 KORVS_API double korvs_d_gamma(double x) KORVS_NOEXCEPT;
 
@@ -45,7 +45,8 @@ KORVS_API float korvs_f_log_beta(float a, float b) KORVS_NOEXCEPT;
 KORVS_API double korvs_d_log_beta(double a, double b) KORVS_NOEXCEPT;
 
 /* The lower incomplete gamma function, the integral of t^(a-1) e^-t from 0 to x, for
- * a > 0 (TERMINAL 9032) and x >= 0 (TERMINAL 9033); +inf where it overflows. */
+ * a > 0 (TERMINAL 9032) and x >= 0 (TERMINAL 9033); +inf where it overflows, except near
+ * x = a with a beyond some 700 (float: 3000), where it is FATAL 9035 and NaN. */
 KORVS_API float korvs_f_gamma_incomplete(float a, float x) KORVS_NOEXCEPT;
 KORVS_API double korvs_d_gamma_incomplete(double a, double x) KORVS_NOEXCEPT;
 
