@@ -8,7 +8,7 @@
 #include <string>
 
 #include "accuracy.hpp"
-#include "frame/frame.hpp"
+#include "in_frame.hpp"
 #include "korvs_test.hpp"
 #include "special/gamma.hpp"
 
@@ -29,10 +29,8 @@ template <class T> struct Named {
 
 template <class T> std::vector<Named<T>> both() { return {{"l_alnrel", korvs::l_alnrel<T>}, {"korvs_alnrel", korvs::alnrel<T>}}; }
 
-template <class T> T in_frame(T (*f)(T), T x) {
-    T r = 0;
-    korvs::run_traced("caller", [&] { r = f(x); });
-    return r;
+template <class T> T call(T (*f)(T), T x) {
+    return korvs_test::in_frame([f, x] { return f(x); });
 }
 
 TYPED_TEST(Alnrel, AgainstTheOracle) {
@@ -43,7 +41,7 @@ TYPED_TEST(Alnrel, AgainstTheOracle) {
         for (const auto& row : table.rows) {
             T x = static_cast<T>(row.input);
             if (x < std::sqrt(std::numeric_limits<T>::epsilon()) - 1) continue;  // see below
-            T got = in_frame(routine.f, x);
+            T got = call(routine.f, x);
             (std::abs(x) <= T(0.375) ? series : logarithm).add(x, got, row.v[1], error_in_eps(got, row.v[1]));
         }
         EXPECT_TRUE(series.within(1.25));
@@ -60,28 +58,28 @@ TYPED_TEST(Alnrel, ErrorsInTheFrameOfTheCallersName) {
         korvs_test::UnitCapture err(3);
         korvs_error_options(KORVS_SET_PRINT, KORVS_TERMINAL, 1, KORVS_FULL_TRACEBACK, 1, KORVS_SET_TRACEBACK,
                             KORVS_TERMINAL, 1, 0);
-        EXPECT_TRUE(std::isnan(in_frame(routine.f, T(-1))));
+        EXPECT_TRUE(std::isnan(call(routine.f, T(-1))));
         EXPECT_TRUE(this->only_raised(5, 9039)) << routine.name;
         EXPECT_NE(err.text().find(routine.name), std::string::npos) << err.text();
         EXPECT_EQ(korvs_test::inserts("%(r1%g)"), "-1");
         korvs_error_options(KORVS_SET_PRINT, KORVS_TERMINAL, 0, KORVS_SET_TRACEBACK, KORVS_TERMINAL, 0, 0);
 
         this->clear();
-        EXPECT_TRUE(std::isnan(in_frame(routine.f, T(-3))));
+        EXPECT_TRUE(std::isnan(call(routine.f, T(-3))));
         EXPECT_TRUE(this->only_raised(5, 9039)) << routine.name;
 
         // Closer to -1 than sqrt(eps): a warning, and the logarithm all the same.
         this->clear();
         const T xmin = std::sqrt(std::numeric_limits<T>::epsilon()) - 1;
         const T x = T(-1) + std::numeric_limits<T>::epsilon();
-        EXPECT_EQ(in_frame(routine.f, x), std::log(std::numeric_limits<T>::epsilon())) << routine.name;
+        EXPECT_EQ(call(routine.f, x), std::log(std::numeric_limits<T>::epsilon())) << routine.name;
         EXPECT_TRUE(this->only_raised(3, 9040)) << routine.name;
         EXPECT_EQ(std::stod(korvs_test::inserts("%(r2%.17g)")), double(xmin));
 
         this->clear();
-        EXPECT_TRUE(std::isnan(in_frame(routine.f, std::numeric_limits<T>::quiet_NaN())));
-        EXPECT_EQ(in_frame(routine.f, std::numeric_limits<T>::infinity()), std::numeric_limits<T>::infinity());
-        EXPECT_EQ(in_frame(routine.f, T(0)), T(0));
+        EXPECT_TRUE(std::isnan(call(routine.f, std::numeric_limits<T>::quiet_NaN())));
+        EXPECT_EQ(call(routine.f, std::numeric_limits<T>::infinity()), std::numeric_limits<T>::infinity());
+        EXPECT_EQ(call(routine.f, T(0)), T(0));
         EXPECT_TRUE(this->errors().empty());
     }
 }

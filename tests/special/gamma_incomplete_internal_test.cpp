@@ -9,12 +9,13 @@
 #include <string>
 
 #include "accuracy.hpp"
-#include "frame/frame.hpp"
+#include "in_frame.hpp"
 #include "korvs_test.hpp"
 #include "special/gamma.hpp"
 
 using korvs_test::Accuracy;
 using korvs_test::error_in_eps;
+using korvs_test::in_frame;
 using korvs_test::KorvsTest;
 
 namespace {
@@ -22,12 +23,6 @@ namespace {
 template <class T> class Tricomi : public KorvsTest {};
 using Twins = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Tricomi, Twins);
-
-template <class F> auto in_frame(F f) {
-    decltype(f()) r{};
-    korvs::run_traced("caller", [&] { r = f(); });
-    return r;
-}
 
 template <class T> T gamit(T a, T x) {
     return in_frame([=] { return korvs::l_gamit(a, x); });

@@ -9,12 +9,13 @@
 #include <string>
 
 #include "accuracy.hpp"
-#include "frame/frame.hpp"
+#include "in_frame.hpp"
 #include "korvs_test.hpp"
 #include "special/gamma.hpp"
 
 using korvs_test::Accuracy;
 using korvs_test::error_in_eps;
+using korvs_test::in_frame;
 using korvs_test::KorvsTest;
 
 namespace {
@@ -22,13 +23,6 @@ namespace {
 template <class T> class GammaInner : public KorvsTest {};
 using Twins = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(GammaInner, Twins);
-
-// An inner routine called inside a frame of the caller's, as an exported routine calls it.
-template <class F> auto in_frame(F f) {
-    decltype(f()) r{};
-    korvs::run_traced("caller", [&] { r = f(); });
-    return r;
-}
 
 // ln gamma(x) < ln(largest) for x below the bound, by bisection in long double.
 template <class T> long double true_overflow_bound() {

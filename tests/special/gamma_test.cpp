@@ -8,11 +8,11 @@
 #include <cmath>
 #include <limits>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "accuracy.hpp"
 #include "korvs_test.hpp"
+#include "threads.hpp"
 #include "twins.hpp"
 
 using korvs_test::Accuracy;
@@ -278,25 +278,10 @@ TEST(GammaDeathTest, OverflowIsFatalByDefault) {
 // The bounds are computed once per process: threads that start together agree with a
 // thread that runs alone.
 TEST(GammaThreads, EveryThreadComputesTheSame) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-    korvs_test::quiet();
-    auto run = [](std::vector<double>& out) {
+    korvs_test::expect_same_in_every_thread([](std::vector<double>& out) {
         for (int i = 0; i < 400; ++i)
             out.push_back(korvs_d_gamma(i / 2.0 - 99.75) + korvs_f_log_gamma(i / 3.0f + 0.5f));
-    };
-    std::vector<std::vector<double>> seen(4);
-    std::vector<std::thread> threads;
-    for (auto& s : seen)
-        threads.emplace_back([&s, &run] {
-            korvs_test::quiet();
-            run(s);
-        });
-    for (auto& t : threads)
-        t.join();
-    std::vector<double> alone;
-    run(alone);
-    for (const auto& s : seen)
-        EXPECT_EQ(s, alone);
+    });
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "accuracy.hpp"
-#include "frame/frame.hpp"
+#include "in_frame.hpp"
 #include "korvs_test.hpp"
 #include "special/gamma.hpp"
 
@@ -23,9 +23,7 @@ using Twins = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Poch, Twins);
 
 template <class T> T poch(T a, T x) {
-    T r = 0;
-    korvs::run_traced("caller", [&] { r = korvs::l_poch(a, x); });
-    return r;
+    return korvs_test::in_frame([a, x] { return korvs::l_poch(a, x); });
 }
 
 // The forms inherit the errors of gamma beyond 10 (Stirling's exponent) and of the

@@ -7,12 +7,12 @@
 #include <cmath>
 #include <limits>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "accuracy.hpp"
-#include "frame/frame.hpp"
+#include "in_frame.hpp"
 #include "korvs_test.hpp"
+#include "threads.hpp"
 #include "special/gamma.hpp"
 
 using korvs_test::Accuracy;
@@ -26,15 +26,11 @@ using Twins = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(PsiCot, Twins);
 
 template <class T> T psi(T x) {
-    T r = 0;
-    korvs::run_traced("caller", [&] { r = korvs::l_psi(x); });
-    return r;
+    return korvs_test::in_frame([x] { return korvs::l_psi(x); });
 }
 
 template <class T> T cot(T x) {
-    T r = 0;
-    korvs::run_traced("caller", [&] { r = korvs::l_cot(x); });
-    return r;
+    return korvs_test::in_frame([x] { return korvs::l_cot(x); });
 }
 
 // Digamma has a zero at 1.4616...: its error is absolute there, relative to the size of
@@ -151,21 +147,10 @@ TYPED_TEST(PsiCot, Errors) {
 // The series lengths are kept per thread: threads that start together agree with one
 // that runs alone.
 TEST(PsiCotThreads, EveryThreadComputesTheSame) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-    auto run = [](std::vector<double>& out) {
+    korvs_test::expect_same_in_every_thread([](std::vector<double>& out) {
         for (int i = 1; i < 400; ++i)
             out.push_back(psi(i / 37.0 - 5.0001) + cot(i / 53.0f) + psi(i * 0.37f));
-    };
-    std::vector<std::vector<double>> seen(4);
-    std::vector<std::thread> threads;
-    for (auto& s : seen)
-        threads.emplace_back([&s, &run] { run(s); });
-    for (auto& t : threads)
-        t.join();
-    std::vector<double> alone;
-    run(alone);
-    for (const auto& s : seen)
-        EXPECT_EQ(s, alone);
+    });
 }
 
 }  // namespace
