@@ -88,4 +88,6 @@ BENCHMARK(BM_gamma_cdf_rmath);
 
 }  // namespace
 
-int main(int argc, char** argv) { return korvs_bench::run_with_ratios(argc, argv, {"log_gamma", "gamma", "gamma_cdf"}); }
+int main(int argc, char** argv) {
+    return korvs_bench::run_with_ratios(argc, argv, {"log_gamma", "gamma", "gamma_cdf"});
+}

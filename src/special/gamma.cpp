@@ -28,7 +28,7 @@ template <class T>
 constexpr int correction_terms = inits(correction_cs<T>.cs, correction_cs<T>.size, mach<T>::half_eps);
 
 template <class T> constexpr T pi = T(3.14159265358979323846);
-template <class T> constexpr T ln_sqrt_2pi = T(0.9189385332046728);   // ln(2 pi)/2
+template <class T> constexpr T ln_sqrt_2pi = T(0.9189385332046728);    // ln(2 pi)/2
 template <class T> constexpr T ln_sqrt_pi_2 = T(0.22579135264472744);  // ln(pi/2)/2
 
 template <class T> GammaLimits<T> limits;  // process-wide, written once

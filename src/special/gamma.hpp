@@ -35,7 +35,8 @@ inline void clear_alert() {
 // twin's tolerance of a tenth of half the machine precision (1.1e-17), for which inits
 // would refuse them; the double twin takes the whole half precision instead and drops
 // the last coefficient, a third of a unit in the last place of a result at most.
-template <class T> constexpr T short_series_eta = sizeof(T) == sizeof(float) ? series_eta<T> : mach<T>::half_eps;
+template <class T>
+constexpr T short_series_eta = sizeof(T) == sizeof(float) ? series_eta<T> : mach<T>::half_eps;
 
 // The bounds of gamma, computed once per process and precision: below xmin gamma
 // underflows, above xmax it overflows.

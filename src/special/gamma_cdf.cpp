@@ -115,7 +115,8 @@ template <class T> void l_gamma_cdf(T x, T a, T* result) {
     const T amin = std::log(mach<T>::tiny) + mach<T>::eps;
     const T f = a * std::log(x) - (api::log_gamma(a) + x);
     const T factor = f <= amin ? T(0) : std::exp(f);
-    const bool done = x <= 1 || x < a ? series(x, a, factor, result) : continued_fraction(x, a, factor, result);
+    const bool done =
+        x <= 1 || x < a ? series(x, a, factor, result) : continued_fraction(x, a, factor, result);
     if (!done) too_large(x, a);
 }
 

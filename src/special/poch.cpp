@@ -56,7 +56,8 @@ template <class T> T poch_value(T a, T x) {
         // a and a + x have one sign and are both large. For negative a,
         // gamma(a + x)/gamma(a) = gamma(1 - a)/gamma(1 - a - x) sin(pi a)/sin(pi (a + x)).
         const T b = a < 0 ? 1 - ax : a;
-        T value = std::exp((b - T(0.5)) * l_alnrel(x / b) + x * std::log(b + x) - x + r9lgmc(b + x) - r9lgmc(b));
+        T value =
+            std::exp((b - T(0.5)) * l_alnrel(x / b) + x * std::log(b + x) - x + r9lgmc(b + x) - r9lgmc(b));
         if (a < 0 && value != 0) {
             // sin(pi (a + x))/sin(pi a)
             const T ratio = std::cos(pi<T> * x) + l_cot(pi<T> * a) * std::sin(pi<T> * x);
@@ -91,8 +92,7 @@ template <class T> T l_poch(T a, T x) {
         // Both are poles: the limit of the ratio, (-1)^x gamma(1 - a)/gamma(1 - a - x),
         // whose arguments are positive.
         if (x == 0) return T(1);
-        if (std::min(ax, a) >= T(-20))
-            return x > 0 ? rising_product(a, x) : 1 / rising_product(ax, -x);
+        if (std::min(ax, a) >= T(-20)) return x > 0 ? rising_product(a, x) : 1 / rising_product(ax, -x);
         const T sign = std::fmod(x, T(2)) == 0 ? T(1) : T(-1);
         return sign * l_poch(1 - ax, x);
     }

@@ -35,7 +35,8 @@ template <class T> SeriesLengths<T>* lengths() {
     SeriesLengths<T>* rec = per_thread<SeriesLengths<T>>();
     if (rec && rec->n[kPsi] == 0) {
         rec->n[kPsi] = inits(psi_cs<T>.cs, psi_cs<T>.size, short_series_eta<T>);
-        rec->n[kPsiAsymptotic] = inits(psi_asymptotic_cs<T>.cs, psi_asymptotic_cs<T>.size, short_series_eta<T>);
+        rec->n[kPsiAsymptotic] =
+            inits(psi_asymptotic_cs<T>.cs, psi_asymptotic_cs<T>.size, short_series_eta<T>);
         rec->n[kCot] = inits(cot_cs<T>.cs, cot_cs<T>.size, short_series_eta<T>);
     }
     return rec;
@@ -152,7 +153,8 @@ template <class T> T l_cot(T x) {
 
     // Near a nonzero multiple of pi the rounding of x is magnified by |x| over the distance
     // y pi/2: half the digits go when that distance is below |x| sqrt(eps).
-    if (std::abs(x) > T(0.5) * xmax || (ainty != 0 && y * half_pi<T> < std::abs(x) * sqeps)) raise_cot(3, 20601, x);
+    if (std::abs(x) > T(0.5) * xmax || (ainty != 0 && y * half_pi<T> < std::abs(x) * sqeps))
+        raise_cot(3, 20601, x);
 
     T value;
     if (y > xsml)

@@ -27,7 +27,9 @@ template <class T> struct Named {
     T (*f)(T);
 };
 
-template <class T> std::vector<Named<T>> both() { return {{"l_alnrel", korvs::l_alnrel<T>}, {"korvs_alnrel", korvs::alnrel<T>}}; }
+template <class T> std::vector<Named<T>> both() {
+    return {{"l_alnrel", korvs::l_alnrel<T>}, {"korvs_alnrel", korvs::alnrel<T>}};
+}
 
 template <class T> T call(T (*f)(T), T x) {
     return korvs_test::in_frame([f, x] { return f(x); });
@@ -37,7 +39,8 @@ TYPED_TEST(Alnrel, AgainstTheOracle) {
     using T = TypeParam;
     const korvs_test::OracleTable table = korvs_test::read_oracle("alnrel.csv");
     for (const Named<T>& routine : both<T>()) {
-        Accuracy series(std::string(routine.name) + ", |x| <= 0.375"), logarithm(std::string(routine.name) + ", ln(1 + x)");
+        Accuracy series(std::string(routine.name) + ", |x| <= 0.375"),
+            logarithm(std::string(routine.name) + ", ln(1 + x)");
         for (const auto& row : table.rows) {
             T x = static_cast<T>(row.input);
             if (x < std::sqrt(std::numeric_limits<T>::epsilon()) - 1) continue;  // see below

@@ -121,7 +121,8 @@ TYPED_TEST(Beta, SymmetricAndTiedToItsLogarithm) {
             // beta is the ratio of gammas below xmax and exp(ln beta) above.
             double lb = S::log_beta(a, b);
             double scale = log_beta_scale(a, b, lb) + 1 + stirling_term(double(a) + double(b));
-            ASSERT_NEAR(std::log(double(S::beta(a, b))), lb, 2 * Tiers<T>::beta * eps * scale) << a << ", " << b;
+            ASSERT_NEAR(std::log(double(S::beta(a, b))), lb, 2 * Tiers<T>::beta * eps * scale)
+                << a << ", " << b;
         }
     }
     // B(a, 1) = 1/a, B(2, 3) = 1/12.

@@ -96,7 +96,8 @@ TYPED_TEST(Factorial, FactorialErrors) {
 
 // The product form serves up to 20 terms while k ln n stays below ln(largest).
 template <class T> bool product_form(int n, int k) {
-    return k <= 20 && k * std::log(double(std::max(n, 1))) <= std::log(double(std::numeric_limits<T>::max())) - 1e-4;
+    return k <= 20 &&
+           k * std::log(double(std::max(n, 1))) <= std::log(double(std::numeric_limits<T>::max())) - 1e-4;
 }
 
 TYPED_TEST(Factorial, BinomialExactAsIntegers) {
@@ -119,7 +120,8 @@ TYPED_TEST(Factorial, BinomialExactAsIntegers) {
                 ASSERT_EQ(got, static_cast<T>(c[n][m])) << n << " over " << m;
                 ++exact_cases;
             } else {
-                ASSERT_LE(error_in_eps(got, exact), k) << n << " over " << m;  // two half-unit roundings a step
+                ASSERT_LE(error_in_eps(got, exact), k)
+                    << n << " over " << m;  // two half-unit roundings a step
             }
         }
     }
@@ -138,7 +140,7 @@ TYPED_TEST(Factorial, BinomialAgainstTheOracle) {
         int k = std::min(m, n - m);
         long double exact = row.v[binomial];
         double lg = std::log(double(exact));
-        if (lg > highest - 0.01) continue;  // overflows: see below
+        if (lg > highest - 0.01) continue;              // overflows: see below
         if (!product_form<T>(n, k) && k < 9) continue;  // overflows: see below
         T got = Special<T>::binomial_coefficient(n, m);
         if (product_form<T>(n, k))
@@ -165,7 +167,8 @@ TYPED_TEST(Factorial, BinomialErrors) {
         {"m < 0", [] { return S::binomial_coefficient(3, -1); }, T(0), 5, 603},
         {"0 over 0", [] { return S::binomial_coefficient(0, 0); }, T(1), 0, 0},
         {"1 over 1", [] { return S::binomial_coefficient(1, 1); }, T(1), 0, 0},
-        {"Stirling's form overflows", [=] { return S::binomial_coefficient(long_n, long_m); }, T(0), 5, 20402},
+        {"Stirling's form overflows", [=] { return S::binomial_coefficient(long_n, long_m); }, T(0), 5,
+         20402},
     });
     if (single) {
         this->clear();

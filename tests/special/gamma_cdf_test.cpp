@@ -109,7 +109,8 @@ TYPED_TEST(GammaCdf, RisesFromZeroToOne) {
             T p = Special<T>::gamma_cdf(x, a);
             ASSERT_GE(p, previous - T(2e-8)) << a << ", " << x;
             ASSERT_LE(p, T(1) + T(1e-7)) << a << ", " << x;
-            ASSERT_NEAR(p, korvs_d_gamma_cdf(x, a), 4e-6 + 1e-6 * std::fabs(a * std::log(double(x)))) << a << ", " << x;
+            ASSERT_NEAR(p, korvs_d_gamma_cdf(x, a), 4e-6 + 1e-6 * std::fabs(a * std::log(double(x))))
+                << a << ", " << x;
             previous = p;
         }
         EXPECT_GT(previous, T(0.999)) << a;
@@ -154,8 +155,8 @@ TYPED_TEST(GammaCdf, EndlessSumsStopWithAnError) {
     using T = TypeParam;
     const bool single = sizeof(T) == sizeof(float);
     const T a = single ? T(1e9) : T(1e15);
-    const std::vector<T> near_mode = single ? std::vector<T>{a * T(0.99999994)}
-                                            : std::vector<T>{a * (1 - 1e-11), a * (1 + 1e-11)};
+    const std::vector<T> near_mode =
+        single ? std::vector<T>{a * T(0.99999994)} : std::vector<T>{a * (1 - 1e-11), a * (1 + 1e-11)};
     for (T x : near_mode) {
         this->clear();
         EXPECT_TRUE(std::isnan(Special<T>::gamma_cdf(x, a))) << x;

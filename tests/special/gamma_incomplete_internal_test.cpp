@@ -37,12 +37,16 @@ TYPED_TEST(Tricomi, AgainstTheOracleInEveryRegion) {
     for (const auto& row : table.rows) {
         T a = static_cast<T>(row.v[0]), x = static_cast<T>(row.v[1]);
         long double exact = row.v[2];
-        if (std::fabs(exact) > std::numeric_limits<T>::max() / 4 || std::fabs(exact) < 1e3L * std::numeric_limits<T>::min())
+        if (std::fabs(exact) > std::numeric_limits<T>::max() / 4 ||
+            std::fabs(exact) < 1e3L * std::numeric_limits<T>::min())
             continue;
         this->clear();
         T got = gamit(a, x);
         double scale = 1 + std::fabs(a * std::log(double(x))) + std::fabs(std::lgamma(double(a) + 1));
-        (x <= 1 ? series : a >= x ? large_a : complement).add(a, got, exact, error_in_eps(got, exact) / scale);
+        (x <= 1   ? series
+         : a >= x ? large_a
+                  : complement)
+            .add(a, got, exact, error_in_eps(got, exact) / scale);
         ASSERT_TRUE(this->errors().empty()) << a << ", " << x << ": " << this->errors().front().code;
     }
     EXPECT_TRUE(series.within(3));
@@ -104,11 +108,13 @@ TYPED_TEST(Tricomi, InnerRoutineErrors) {
     EXPECT_TRUE(std::isnan(in_frame([] { return korvs::l_r9lgit(T(1e7), T(9999000), T(151180965.4)); })));
     EXPECT_TRUE(this->only_raised(4, 9035));
     this->clear();
-    EXPECT_TRUE(std::isnan(in_frame([] { return korvs::l_r9lgic(T(1e7), T(10001000), std::log(T(10001000))); })));
+    EXPECT_TRUE(
+        std::isnan(in_frame([] { return korvs::l_r9lgic(T(1e7), T(10001000), std::log(T(10001000))); })));
     EXPECT_TRUE(this->only_raised(4, 9035));
     // A NaN runs the series out of its 200 terms.
     this->clear();
-    EXPECT_TRUE(std::isnan(in_frame([nan] { return korvs::l_r9gmit(nan, T(0.5), T(0), T(1), std::log(T(0.5))); })));
+    EXPECT_TRUE(
+        std::isnan(in_frame([nan] { return korvs::l_r9gmit(nan, T(0.5), T(0), T(1), std::log(T(0.5))); })));
     EXPECT_TRUE(this->only_raised(4, 9034));
     this->clear();
     EXPECT_TRUE(std::isnan(gamit(nan, T(1))));

@@ -38,7 +38,9 @@ template <> struct Tiers<double> {
     static constexpr double complement = 3;
 };
 
-double exponent_scale(double a, double x) { return 1 + std::fabs(std::lgamma(a)) + std::fabs(a * std::log(x)); }
+double exponent_scale(double a, double x) {
+    return 1 + std::fabs(std::lgamma(a)) + std::fabs(a * std::log(x));
+}
 
 template <class T> class GammaIncomplete : public korvs_test::SpecialTest {};
 using Twins = ::testing::Types<float, double>;
@@ -53,7 +55,8 @@ TYPED_TEST(GammaIncomplete, AgainstTheOracleInEveryRegion) {
     for (const auto& row : table.rows) {
         T a = static_cast<T>(row.v[0]), x = static_cast<T>(row.v[1]);
         long double exact = row.v[lower];
-        if (exact > std::numeric_limits<T>::max() / 4 || exact < 1e3L * std::numeric_limits<T>::min()) continue;
+        if (exact > std::numeric_limits<T>::max() / 4 || exact < 1e3L * std::numeric_limits<T>::min())
+            continue;
         // Near x = a with a large, the continued fractions need more than their 200 terms.
         if (x > 1 && std::fabs(double(x) - double(a)) < 3 * std::sqrt(double(a)) && a > 50) continue;
         this->clear();
@@ -78,7 +81,8 @@ TYPED_TEST(GammaIncomplete, LimitsAndIdentities) {
     for (T a : {T(0.5), T(1), T(2.5), T(7), T(20)}) {
         double complete = S::gamma(a);
         EXPECT_NEAR(S::gamma_incomplete(a, T(1e4)) / complete, 1, 8 * eps * exponent_scale(a, 1e4)) << a;
-        EXPECT_NEAR(S::gamma_incomplete(a, std::numeric_limits<T>::infinity()) / complete, 1, 8 * eps * exponent_scale(a, 1))
+        EXPECT_NEAR(S::gamma_incomplete(a, std::numeric_limits<T>::infinity()) / complete, 1,
+                    8 * eps * exponent_scale(a, 1))
             << a;
         // x^a/a (1 - a x/(a + 1)) and a term of order x^2 beyond.
         T x = T(1) / 1024;
@@ -91,11 +95,14 @@ TYPED_TEST(GammaIncomplete, LimitsAndIdentities) {
     // gamma(1, x) = 1 - e^-x, and gamma(a + 1, x) = a gamma(a, x) - x^a e^-x.
     for (int i = 1; i <= 200; ++i) {
         T x = T(i) / 16;
-        EXPECT_NEAR(S::gamma_incomplete(T(1), x), -std::expm1(-double(x)), 4 * eps * exponent_scale(1, x)) << x;
+        EXPECT_NEAR(S::gamma_incomplete(T(1), x), -std::expm1(-double(x)), 4 * eps * exponent_scale(1, x))
+            << x;
         for (T a : {T(0.75), T(3.5)}) {
             double lhs = S::gamma_incomplete(T(a + 1), x);
-            double rhs = a * double(S::gamma_incomplete(a, x)) - std::pow(double(x), double(a)) * std::exp(-double(x));
-            EXPECT_NEAR(lhs, rhs, 16 * eps * exponent_scale(a + 1, x) * std::max(std::fabs(lhs), 1e-30)) << a << ", " << x;
+            double rhs =
+                a * double(S::gamma_incomplete(a, x)) - std::pow(double(x), double(a)) * std::exp(-double(x));
+            EXPECT_NEAR(lhs, rhs, 16 * eps * exponent_scale(a + 1, x) * std::max(std::fabs(lhs), 1e-30))
+                << a << ", " << x;
         }
     }
     EXPECT_TRUE(this->errors().empty());
@@ -113,7 +120,8 @@ TYPED_TEST(GammaIncomplete, LargeFactorsThatCancel) {
     EXPECT_TRUE(this->errors().empty());
     // Near 1 with a large a, the value is tiny and x^a gamma(a) would overflow on its own.
     T small = Special<T>::gamma_incomplete(single ? T(40) : T(200), T(1));
-    double exact = single ? 1.0 / 40 / std::exp(1.0) * (1 + 1.0 / 41 + 1.0 / (41 * 42)) : 1.0 / 200 / std::exp(1.0);
+    double exact =
+        single ? 1.0 / 40 / std::exp(1.0) * (1 + 1.0 / 41 + 1.0 / (41 * 42)) : 1.0 / 200 / std::exp(1.0);
     EXPECT_NEAR(small / exact, 1, single ? 1e-3 : 1e-2);
     EXPECT_TRUE(this->errors().empty());
     T big = Special<T>::gamma_incomplete(single ? T(40) : T(200), single ? T(80) : T(400));

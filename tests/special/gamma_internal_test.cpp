@@ -88,8 +88,8 @@ TYPED_TEST(GammaInner, CorrectionTermErrors) {
 TYPED_TEST(GammaInner, ErrorsComeFromTheInnerRoutinesFrame) {
     using T = TypeParam;
     korvs_test::UnitCapture err(3);
-    korvs_error_options(KORVS_SET_PRINT, KORVS_TERMINAL, 1, KORVS_FULL_TRACEBACK, 1,
-                        KORVS_SET_TRACEBACK, KORVS_TERMINAL, 1, 0);
+    korvs_error_options(KORVS_SET_PRINT, KORVS_TERMINAL, 1, KORVS_FULL_TRACEBACK, 1, KORVS_SET_TRACEBACK,
+                        KORVS_TERMINAL, 1, 0);
     in_frame([] { return korvs::r9lgmc(T(2)); });
     const std::string text = err.text();
     EXPECT_NE(text.find("korvs_r9lgmc"), std::string::npos) << text;
@@ -104,7 +104,8 @@ TYPED_TEST(GammaInner, ReciprocalGamma) {
         T got = in_frame([x] { return korvs::gamr(x); });
         long double exact = 1 / std::tgamma(static_cast<long double>(x));
         // Beyond the twin's normal numbers: see below.
-        if (std::fabs(exact) > std::numeric_limits<T>::max() || std::fabs(exact) < 1e3L * std::numeric_limits<T>::min())
+        if (std::fabs(exact) > std::numeric_limits<T>::max() ||
+            std::fabs(exact) < 1e3L * std::numeric_limits<T>::min())
             continue;
         // Beyond 10 through exp(-ln |gamma|): the size of the exponent scales the error.
         double scale = std::abs(x) <= 10 ? 4 : 2 * (1 + (std::fabs(x) - 0.5) * std::log(std::fabs(x)));
@@ -139,8 +140,9 @@ TYPED_TEST(GammaInner, SignedLogGamma) {
         });
         long double g = std::tgamma(static_cast<long double>(x));
         EXPECT_EQ(sgngam, g < 0 ? T(-1) : T(1)) << x;
-        EXPECT_EQ(algam, in_frame([x] { return sizeof(T) == sizeof(float) ? T(korvs_f_log_gamma(x))
-                                                                           : T(korvs_d_log_gamma(x)); }))
+        EXPECT_EQ(algam, in_frame([x] {
+                      return sizeof(T) == sizeof(float) ? T(korvs_f_log_gamma(x)) : T(korvs_d_log_gamma(x));
+                  }))
             << x;
     }
     EXPECT_TRUE(this->errors().empty());

@@ -62,7 +62,8 @@ template <class T> bool usable(const korvs_test::OracleRow& row) {
 
 // Relative to its size, x lies within the twin's sqrt(eps) of a negative integer.
 template <class T> bool near_pole(T x) {
-    return x < T(-0.5) && std::abs((x - std::trunc(x - T(0.5))) / x) < std::sqrt(std::numeric_limits<T>::epsilon());
+    return x < T(-0.5) &&
+           std::abs((x - std::trunc(x - T(0.5))) / x) < std::sqrt(std::numeric_limits<T>::epsilon());
 }
 
 template <class T> class GammaFamily : public korvs_test::SpecialTest {};
@@ -137,7 +138,8 @@ TYPED_TEST(GammaFamily, RecurrenceReflectionAndLogarithm) {
         double g = S::gamma(x), g1 = S::gamma(T(x + 1));
         double scale = 1 + std::fabs(std::lgamma(double(x)));
         ASSERT_NEAR(g1 / (double(x) * g), 1.0, 10 * eps * scale) << x;
-        ASSERT_NEAR(S::log_gamma(x), std::log(std::fabs(g)), 4 * eps * std::max(1.0, std::fabs(std::log(std::fabs(g)))))
+        ASSERT_NEAR(S::log_gamma(x), std::log(std::fabs(g)),
+                    4 * eps * std::max(1.0, std::fabs(std::log(std::fabs(g)))))
             << x;
         // gamma(x) gamma(-x) = -pi/(x sin(pi x)); x and -x are both exact.
         long double sin_pi_x = std::sin(pi * static_cast<long double>(x));
@@ -153,7 +155,8 @@ TEST(GammaTwins, FloatTwinAgreesWithTheDouble) {
         float x = static_cast<float>(i) / 100 + 0.0009765625f;
         if (near_pole(x)) continue;
         double d = korvs_d_gamma(x);
-        double tier = std::abs(x) <= 10 ? Tiers<float>::series : Tiers<float>::stirling * (1 + stirling_term(x));
+        double tier =
+            std::abs(x) <= 10 ? Tiers<float>::series : Tiers<float>::stirling * (1 + stirling_term(x));
         if (std::fabs(d) < 1e3 * std::numeric_limits<float>::min()) continue;
         ASSERT_LE(error_in_eps(korvs_f_gamma(x), d), tier + 1) << x;
     }
@@ -268,11 +271,13 @@ TYPED_TEST(GammaFamily, ErrorsCarryTheirArguments) {
 }
 
 TEST(GammaDeathTest, APoleIsTerminalByDefault) {
-    EXPECT_EXIT(korvs_d_gamma(0), ::testing::ExitedWithCode(5), "TERMINAL Error from korvs_d_gamma\\.  The argument x is 0");
+    EXPECT_EXIT(korvs_d_gamma(0), ::testing::ExitedWithCode(5),
+                "TERMINAL Error from korvs_d_gamma\\.  The argument x is 0");
 }
 
 TEST(GammaDeathTest, OverflowIsFatalByDefault) {
-    EXPECT_EXIT(korvs_f_gamma(40), ::testing::ExitedWithCode(4), "FATAL    Error GAMMA_OVERFLOW from korvs_f_gamma");
+    EXPECT_EXIT(korvs_f_gamma(40), ::testing::ExitedWithCode(4),
+                "FATAL    Error GAMMA_OVERFLOW from korvs_f_gamma");
 }
 
 // The bounds are computed once per process: threads that start together agree with a

@@ -50,14 +50,16 @@ TYPED_TEST(Poch, AgainstTheOracle) {
     for (const auto& row : table.rows) {
         T a = static_cast<T>(row.v[0]), x = static_cast<T>(row.v[1]);
         long double exact = row.v[2];
-        if (std::fabs(exact) > std::numeric_limits<T>::max() / 4 || std::fabs(exact) < 1e3L * std::numeric_limits<T>::min())
+        if (std::fabs(exact) > std::numeric_limits<T>::max() / 4 ||
+            std::fabs(exact) < 1e3L * std::numeric_limits<T>::min())
             continue;
         double ax = double(a) + double(x);
         if (ax < -0.5 && std::fabs((ax - std::nearbyint(ax)) / ax) < dxrel) continue;  // warned: see below
         this->clear();
         T got = poch(a, x);
         products += x >= 0 && x <= 20 && x == std::trunc(x);
-        reflections += a < 0 && std::fabs(x) <= 0.5 * std::fabs(a) && std::max(std::fabs(double(a)), std::fabs(ax)) > 20;
+        reflections +=
+            a < 0 && std::fabs(x) <= 0.5 * std::fabs(a) && std::max(std::fabs(double(a)), std::fabs(ax)) > 20;
         accuracy.add(a, got, exact, error_in_eps(got, exact) / condition(a, x));
         ASSERT_TRUE(this->errors().empty()) << a << ", " << x << ": " << this->errors().front().code;
     }

@@ -12,8 +12,8 @@
 #include "accuracy.hpp"
 #include "in_frame.hpp"
 #include "korvs_test.hpp"
-#include "threads.hpp"
 #include "special/gamma.hpp"
+#include "threads.hpp"
 
 using korvs_test::Accuracy;
 using korvs_test::error_in_eps;
@@ -59,7 +59,8 @@ TYPED_TEST(PsiCot, DigammaAgainstTheOracle) {
             asymptotic.add(x, got, row.v[1], error_in_eps(got, row.v[1]));
         } else {
             double s = std::sin(pi * x);
-            reflection.add(x, got, row.v[1], diff / std::max({1.0, std::fabs(exact), pi * pi * std::fabs(x) / (s * s)}));
+            reflection.add(x, got, row.v[1],
+                           diff / std::max({1.0, std::fabs(exact), pi * pi * std::fabs(x) / (s * s)}));
         }
     }
     EXPECT_TRUE(series.within(1.25));
@@ -80,7 +81,8 @@ TYPED_TEST(PsiCot, CotangentAgainstTheOracle) {
     for (const auto& row : table.rows) {
         T x = static_cast<T>(row.input);
         double k = std::nearbyint(double(x) / 3.14159265358979323846);
-        if (k != 0 && std::fabs(double(x) - k * 3.14159265358979323846) < 2 * std::fabs(x) * sqeps) continue;  // warned
+        if (k != 0 && std::fabs(double(x) - k * 3.14159265358979323846) < 2 * std::fabs(x) * sqeps)
+            continue;  // warned
         T got = cot(x);
         double condition = std::max(1.0, 2 * std::fabs(x) / std::fabs(std::sin(2 * double(x))));
         accuracy.add(x, got, row.v[1], error_in_eps(got, row.v[1]) / condition);
