@@ -6,15 +6,12 @@
 #include <korvstat.h>
 
 #include <cmath>
-#include <cstdio>
-#include <map>
-#include <set>
-#include <string>
 #include <vector>
+
+#include "peers.hpp"
 
 #ifdef KORVS_HAVE_GSL
 #include <gsl/gsl_cdf.h>
-#include <gsl/gsl_errno.h>
 #include <gsl/gsl_sf_erf.h>
 #endif
 #ifdef KORVS_HAVE_RMATH
@@ -23,33 +20,14 @@
 
 namespace {
 
-constexpr int kPoints = 1024;
+using korvs_bench::run;
+using korvs_bench::spread;
 
-// Arguments spread over the range where each function is used: a fixed sequence, so
-// that every library sees the same work.
-std::vector<double> spread(double low, double high) {
-    std::vector<double> v(kPoints);
-    unsigned long long state = 12345;
-    for (double& x : v) {
-        state = state * 6364136223846793005ull + 1442695040888963407ull;
-        x = low + (high - low) * static_cast<double>(state >> 11) / 9007199254740992.0;
-    }
-    return v;
-}
-
+// Arguments spread over the range where each function is used.
 const std::vector<double> kCdfArgs = spread(-8, 8);
 const std::vector<double> kProbabilities = spread(1e-6, 1 - 1e-6);
 const std::vector<double> kErfArgs = spread(-4, 4);
 const std::vector<double> kErfcArgs = spread(-3, 9);
-
-template <class T, class F> void run(benchmark::State& state, const std::vector<double>& args, F f) {
-    std::vector<T> in(args.begin(), args.end());
-    for (auto _ : state) {
-        for (T x : in)
-            benchmark::DoNotOptimize(f(x));
-    }
-    state.SetItemsProcessed(state.iterations() * kPoints);
-}
 
 #define KORVS_BENCH_PAIR(name, args, f_routine, d_routine)                                                   \
     void BM_##name##_korvs_f(benchmark::State& s) {                                                          \
@@ -99,56 +77,8 @@ BENCHMARK(BM_erf_rmath);
 BENCHMARK(BM_erfc_rmath);
 #endif
 
-// The console report, and then each twin's time over the faster peer's.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        // One run, or the median of repetitions (--benchmark_repetitions) where there are.
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !medians_.count(run.run_name.str()))
-                times_[run.run_name.str()] = run.GetAdjustedCPUTime();
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-                times_[run.run_name.str()] = run.GetAdjustedCPUTime();
-                medians_.insert(run.run_name.str());
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        std::printf("\n%-20s %10s %10s %10s %10s %14s %14s\n", "per call, ns", "korvs_f", "korvs_d", "gsl",
-                    "rmath", "f/best peer", "d/best peer");
-        for (const char* name : {"normal_cdf", "normal_inverse_cdf", "erf", "erfc"}) {
-            double f = per_call(name, "korvs_f"), d = per_call(name, "korvs_d");
-            double gsl = per_call(name, "gsl"), rmath = per_call(name, "rmath");
-            double best = gsl > 0 && (rmath <= 0 || gsl < rmath) ? gsl : rmath;
-            std::printf("%-20s %10.2f %10.2f %10.2f %10.2f", name, f, d, gsl, rmath);
-            if (best > 0)
-                std::printf(" %14.2f %14.2f\n", f / best, d / best);
-            else
-                std::printf(" %14s %14s\n", "-", "-");
-        }
-    }
-
-private:
-    double per_call(const std::string& name, const std::string& who) const {
-        auto it = times_.find("BM_" + name + "_" + who);
-        return it == times_.end() ? 0 : it->second / kPoints;
-    }
-    std::map<std::string, double> times_;
-    std::set<std::string> medians_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-#ifdef KORVS_HAVE_GSL
-    gsl_set_error_handler_off();
-#endif
-    benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return korvs_bench::run_with_ratios(argc, argv, {"normal_cdf", "normal_inverse_cdf", "erf", "erfc"});
 }

@@ -43,8 +43,9 @@ template <class T> T csevl(T t, const T* cs, int n) {
 
 // korvs_inits (float), korvs_initds (double): the number of leading terms to sum so
 // that the dropped tail, the sum of the absolute values of the terms after it, stays
-// within eta. The term at which the tail first exceeds eta is kept.
-template <class T> int inits(const T* cs, int n, T eta) {
+// within eta. The term at which the tail first exceeds eta is kept. For a constant
+// table it can run at compile time, where a table too short for eta does not compile.
+template <class T> constexpr int inits(const T* cs, int n, T eta) {
     if (n < 1) [[unlikely]] {
         inits_empty(inits_name<T>, n);
         return 0;
@@ -52,7 +53,7 @@ template <class T> int inits(const T* cs, int n, T eta) {
     T err = 0;
     int i = n;
     for (; i >= 1; --i) {
-        err += std::abs(cs[i - 1]);
+        err += cs[i - 1] < 0 ? -cs[i - 1] : cs[i - 1];
         if (err > eta) break;
     }
     if (i == n) [[unlikely]] {
@@ -61,6 +62,9 @@ template <class T> int inits(const T* cs, int n, T eta) {
     }
     return i < 1 ? 1 : i;
 }
+
+// The tolerance of the series lengths: a tenth of half the machine precision.
+template <class T> constexpr T series_eta = T(0.1) * mach<T>::half_eps;
 
 // A table kept once as double and rounded to T at compile time.
 template <class T, std::size_t N> struct Series {

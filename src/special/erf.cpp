@@ -27,9 +27,6 @@ template <class T> constexpr auto erfc_inverse_cs = rounded<T>(series::erfc_inve
 template <class T> constexpr T sqrtpi = T(1.7724538509055159);           // float: 1.7724539041519165
 template <class T> constexpr T two_over_sqrtpi = T(1.1283791670955126);  // the slope of erf at 0
 
-// The tolerance of the series lengths: a tenth of half the machine precision.
-template <class T> constexpr T series_eta = T(0.1) * mach<T>::half_eps;
-
 // Terms of the three series as erf and erfc of one precision sum them in this thread;
 // 0 until first use.
 template <class T> struct ErfTerms {

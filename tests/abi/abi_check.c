@@ -27,6 +27,9 @@ int main(void) {
     check(korvs_f_erf(0.0f) == 0.0f && korvs_d_erfc(0.0) == 1.0 && korvs_d_erfc_inverse(1.0) == 0.0,
           "error function twins");
     check(korvs_f_normal_inverse_cdf(0.5f) == 0.0f && korvs_d_normal_inverse_cdf(0.5) == 0.0, "normal inverse twins");
+    check(korvs_f_gamma(4.0f) == 6.0f && korvs_d_log_gamma(1.0) == 0.0 && korvs_d_factorial(5) == 120.0 &&
+              korvs_f_binomial_coefficient(6, 2) == 15.0f,
+          "gamma family twins");
 
     korvs_f_complex a = korvs_cf_convert(3.0f, 4.0f);
     korvs_d_complex b = korvs_zc_convert(a);

@@ -8,11 +8,11 @@
 #include <cstdio>
 #include <limits>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "accuracy.hpp"
 #include "korvs_test.hpp"
+#include "threads.hpp"
 #include "twins.hpp"
 
 using korvs_test::Accuracy;
@@ -279,21 +279,10 @@ TEST(ErfDeathTest, InverseOutsideTheRangeIsFatalByDefault) {
 // The series lengths are kept per thread: threads that start together agree with a
 // thread that runs alone.
 TEST(ErfThreads, EveryThreadComputesTheSame) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-    std::vector<double> alone;
-    for (int i = 0; i < 500; ++i)
-        alone.push_back(korvs_d_erfc(i / 50.0 - 4) + korvs_f_erf(i / 50.0f - 4));
-    std::vector<std::vector<double>> seen(4);
-    std::vector<std::thread> threads;
-    for (auto& s : seen)
-        threads.emplace_back([&s] {
-            for (int i = 0; i < 500; ++i)
-                s.push_back(korvs_d_erfc(i / 50.0 - 4) + korvs_f_erf(i / 50.0f - 4));
-        });
-    for (auto& t : threads)
-        t.join();
-    for (const auto& s : seen)
-        EXPECT_EQ(s, alone);
+    korvs_test::expect_same_in_every_thread([](std::vector<double>& out) {
+        for (int i = 0; i < 500; ++i)
+            out.push_back(korvs_d_erfc(i / 50.0 - 4) + korvs_f_erf(i / 50.0f - 4));
+    });
 }
 
 }  // namespace
