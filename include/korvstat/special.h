@@ -56,9 +56,10 @@ KORVS_API double korvs_d_gamma_incomplete(double a, double x) KORVS_NOEXCEPT;
 KORVS_API float korvs_f_gamma_cdf(float x, float a) KORVS_NOEXCEPT;
 KORVS_API double korvs_d_gamma_cdf(double x, double a) KORVS_NOEXCEPT;
 
-/* n! as a floating value holding an integer: the truncation of gamma(n + 1), exact as far
- * as 9! in both twins and close to n! beyond; 0 with TERMINAL 603 for n < 0, 0 with FATAL
- * 9009 where n! overflows the twin (n above 34 in float, 170 in double). */
+/* n! as a floating value holding an integer: exact while the twin can hold it (up to 13!
+ * in float, 22! in double), beyond that the truncation of gamma(n + 1), close to n!;
+ * 0 with TERMINAL 603 for n < 0, 0 with FATAL 9009 where n! overflows the twin (n above
+ * 34 in float, 170 in double). */
 KORVS_API float korvs_f_factorial(int n) KORVS_NOEXCEPT;
 KORVS_API double korvs_d_factorial(int n) KORVS_NOEXCEPT;
 

@@ -1,7 +1,8 @@
-// The factorial and the binomial coefficient in both precisions. n! is the truncation of
-// gamma(n + 1); n over m is a product of at most 20 quotients where that stays in range,
-// and otherwise exp of Stirling's form with the log-gamma corrections (W. Fullerton,
-// Los Alamos, 1977), rounded to an integer while the twin can hold every integer there.
+// The factorial and the binomial coefficient in both precisions. n! is exact while the
+// twin can hold it and the truncation of gamma(n + 1) beyond; n over m is a product of
+// at most 20 quotients where that stays in range, and otherwise exp of Stirling's form
+// with the log-gamma corrections (W. Fullerton, Los Alamos, 1977), rounded to an integer
+// while the twin can hold every integer there.
 #include <algorithm>
 #include <cmath>
 
@@ -17,6 +18,11 @@ namespace {
 
 template <class T> constexpr T ln_sqrt_2pi = T(0.9189385332046728);  // ln(2 pi)/2
 
+// The largest n whose n! the twin holds exactly: the odd part of 13! is below 2^24, that
+// of 22! below 2^53.
+template <class T> constexpr int exact_factorials = 13;
+template <> constexpr int exact_factorials<double> = 22;
+
 template <class T> void l_factorial(int n, T* result) {
     int checks = 0;
     check_range(n, "n", 0, -1, &checks);
@@ -24,7 +30,16 @@ template <class T> void l_factorial(int n, T* result) {
         *result = T(0);
         return;
     }
-    // The truncation, not the nearest integer: the value is what gamma gives.
+    // While n! is a number the twin holds exactly (13! in float, 22! in double), the
+    // product gives it exactly; Stirling's form in gamma, which serves beyond 10, would
+    // land a little below and truncate to n! - 1. Beyond that range the truncation, not
+    // the nearest integer, of what gamma gives.
+    if (n <= exact_factorials<T>) {
+        T value = 1;
+        for (int i = 2; i <= n; ++i) value *= T(i);
+        *result = value;
+        return;
+    }
     T value = std::trunc(api::gamma(T(n) + 1));
     *result = korvs_n1rty(0) > 3 ? T(0) : value;
 }

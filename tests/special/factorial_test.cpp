@@ -47,26 +47,33 @@ template <class T> class Factorial : public korvs_test::SpecialTest {};
 using Twins = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Factorial, Twins);
 
-TYPED_TEST(Factorial, ExactWhereTheRecurrenceGivesIt) {
+// Every n! that the twin holds exactly comes out exact: 13! in float (its odd part is
+// below 2^24), 22! in double (below 2^53).
+TYPED_TEST(Factorial, ExactAsIntegersWhereTheTwinHoldsThem) {
     using T = TypeParam;
-    std::uint64_t exact = 1;
-    for (int n = 0; n <= 9; ++n) {
-        if (n > 0) exact *= static_cast<std::uint64_t>(n);
-        EXPECT_EQ(Special<T>::factorial(n), static_cast<T>(exact)) << n;
+    const int last_exact = sizeof(T) == sizeof(float) ? 13 : 22;
+    unsigned __int128 exact = 1;
+    for (int n = 0; n <= last_exact; ++n) {
+        if (n > 0) exact *= static_cast<unsigned>(n);
+        const T expected = static_cast<T>(exact);
+        ASSERT_EQ(static_cast<unsigned __int128>(expected), exact) << n << "! is not held exactly";
+        EXPECT_EQ(Special<T>::factorial(n), expected) << n;
     }
     EXPECT_EQ(Special<T>::factorial(3), T(6));
     EXPECT_TRUE(this->errors().empty());
 }
 
-// From 10 on, gamma(n + 1) comes from Stirling's formula: the factorial is an integer
-// close to n!, and it is the truncation, not the nearest integer, so it may lie one
-// below n! where gamma falls a rounding short of it.
-TYPED_TEST(Factorial, BeyondNineTheTruncationOfGamma) {
+// Beyond, n! comes from Stirling's formula in gamma(n + 1): an integer close to n!, the
+// truncation rather than the nearest integer, so it may lie below n! where gamma falls
+// a rounding short of it.
+TYPED_TEST(Factorial, BeyondTheExactRangeTheTruncationOfGamma) {
     using T = TypeParam;
+    const int first = sizeof(T) == sizeof(float) ? 14 : 23;
     const int last = sizeof(T) == sizeof(float) ? 34 : 170;
-    long double exact = 362880;
-    Accuracy accuracy("n! from 10 on (per unit of 1 + (n + 1/2) ln(n + 1))");
-    for (int n = 10; n <= last; ++n) {
+    long double exact = 1;
+    for (int n = 2; n < first; ++n) exact *= n;
+    Accuracy accuracy("n! beyond the exact range (per unit of 1 + (n + 1/2) ln(n + 1))");
+    for (int n = first; n <= last; ++n) {
         exact *= n;
         T got = Special<T>::factorial(n);
         ASSERT_EQ(got, std::trunc(got)) << n;
