@@ -272,8 +272,8 @@ TEST(ErfDeathTest, InverseOutsideTheRangeIsFatalByDefault) {
     EXPECT_EXIT(
         korvs_d_erfc_inverse(0), ::testing::ExitedWithCode(4),
         "^\n\\*\\*\\* FATAL    Error REAL_OUT_OF_RANGE from korvs_d_erfc_inverse\\.  The\n"
-        "\\*\\*\\*          argument x = 0\\.000000e\\+00 must lie strictly between 0\\.000000e\\+00\n"
-        "\\*\\*\\*          and 2\\.000000e\\+00\\.\n\n$");
+        "\\*\\*\\*          argument x = 0\\.000000e\\+00 is out of its range, bounded by\n"
+        "\\*\\*\\*          0\\.000000e\\+00 and 2\\.000000e\\+00\\.\n\n$");
 }
 
 // The series lengths are kept per thread: threads that start together agree with a
