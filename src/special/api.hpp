@@ -10,6 +10,12 @@ namespace korvs::api {
 inline float erfc(float x) { return korvs_f_erfc(x); }
 inline double erfc(double x) { return korvs_d_erfc(x); }
 
+inline float normal_cdf(float x) { return korvs_f_normal_cdf(x); }
+inline double normal_cdf(double x) { return korvs_d_normal_cdf(x); }
+
+inline float normal_inverse_cdf(float p) { return korvs_f_normal_inverse_cdf(p); }
+inline double normal_inverse_cdf(double p) { return korvs_d_normal_inverse_cdf(p); }
+
 inline float gamma(float x) { return korvs_f_gamma(x); }
 inline double gamma(double x) { return korvs_d_gamma(x); }
 
@@ -18,5 +24,28 @@ inline double log_gamma(double x) { return korvs_d_log_gamma(x); }
 
 inline float log_beta(float a, float b) { return korvs_f_log_beta(a, b); }
 inline double log_beta(double a, double b) { return korvs_d_log_beta(a, b); }
+
+inline float beta_incomplete(float x, float a, float b) { return korvs_f_beta_incomplete(x, a, b); }
+inline double beta_incomplete(double x, double a, double b) { return korvs_d_beta_incomplete(x, a, b); }
+
+inline float chi_squared_cdf(float x, float df) { return korvs_f_chi_squared_cdf(x, df); }
+inline double chi_squared_cdf(double x, double df) { return korvs_d_chi_squared_cdf(x, df); }
+
+inline float chi_squared_inverse_cdf(float p, float df) { return korvs_f_chi_squared_inverse_cdf(p, df); }
+inline double chi_squared_inverse_cdf(double p, double df) { return korvs_d_chi_squared_inverse_cdf(p, df); }
+
+inline float non_central_chi_sq(float x, float df, float delta) {
+    return korvs_f_non_central_chi_sq(x, df, delta);
+}
+inline double non_central_chi_sq(double x, double df, double delta) {
+    return korvs_d_non_central_chi_sq(x, df, delta);
+}
+
+inline float non_central_t_cdf(float t, int df, float delta) {
+    return korvs_f_non_central_t_cdf(t, df, delta);
+}
+inline double non_central_t_cdf(double t, int df, double delta) {
+    return korvs_d_non_central_t_cdf(t, df, delta);
+}
 
 }  // namespace korvs::api

@@ -30,6 +30,9 @@ int main(void) {
     check(korvs_f_gamma(4.0f) == 6.0f && korvs_d_log_gamma(1.0) == 0.0 && korvs_d_factorial(5) == 120.0 &&
               korvs_f_binomial_coefficient(6, 2) == 15.0f,
           "gamma family twins");
+    check(korvs_f_t_cdf(0.0f, 3.0f) == 0.5f && korvs_d_binomial_cdf(5, 5, 0.5) == 1.0 &&
+              korvs_f_poisson_cdf(-1, 2.0f) == 0.0f && korvs_d_non_central_t_cdf(0.0, 4, 0.0) == 0.5,
+          "distribution twins");
 
     korvs_f_complex a = korvs_cf_convert(3.0f, 4.0f);
     korvs_d_complex b = korvs_zc_convert(a);

@@ -1,0 +1,34 @@
+// The inner routines of the distribution functions, for the families that stand on them
+// (the deviates, the tests). Templates over the element type, instantiated for float and
+// double in the file of their family.
+#pragma once
+
+namespace korvs {
+
+// korvs_betin: the x in (0, 1) with I_x(a, b) = p, as the beta quantile solves it. Its
+// argument errors are raised in a frame of its own name.
+template <class T> T betin(T p, T a, T b);
+
+// The same for callers that hold both p and q = 1 - p exactly: the solve works on the
+// smaller of the two, and *complement receives 1 - x without the rounding of a
+// subtraction.
+template <class T> T betin(T p, T q, T a, T b, T* complement);
+
+// Owen's T function T(h, a) = 1/(2 pi) * integral from 0 to a of
+// exp(-h^2 (1 + x^2)/2)/(1 + x^2) dx.
+template <class T> T owens_t(T h, T a);
+
+// The deviance x - a - a ln(x/a) of a count a > 0 from a mean x >= 0, without the
+// cancellation of its terms near x = a.
+template <class T> T deviance(T a, T x);
+
+// ln m! - ((m + 1/2) ln m - m + ln(2 pi)/2) for m > 0: the error of Stirling's formula.
+template <class T> T stirling_error(T m);
+
+// x^a e^-x / gamma(a + 1) for a >= 0 and x >= 0, and its logarithm: the Poisson
+// probability of a at mean x, and the step between neighbouring incomplete gamma ratios.
+// Formed from the deviance and Stirling's error, so that large a and x lose no digits.
+template <class T> T log_poisson_term(T a, T x);
+template <class T> T poisson_term(T a, T x);
+
+}  // namespace korvs
