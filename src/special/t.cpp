@@ -130,7 +130,7 @@ template <class T> T hill_quantile(T q, T df) {
         c = (((T(0.05) * d * x - 5) * x - 7) * x - 2) * x + b + c;
         y = (((((T(0.4) * y + T(6.3)) * y + 36) * y + T(94.5)) / c - y - 3) / b + 1) * x;
         y = a * y * y;
-        y = y > T(0.002) ? std::exp(y) - 1 : T(0.5) * y * y + y;
+        y = y > T(0.002) ? std::expm1(y) : T(0.5) * y * y + y;
     } else {
         y = ((1 / (((df + 6) / (df * y) - T(0.089) * d - T(0.822)) * (df + 2) * 3) + T(0.5) / (df + 4)) * y -
              1) *
@@ -142,6 +142,7 @@ template <class T> T hill_quantile(T q, T df) {
 
 template <class T> void l_t_inverse_cdf(T p, T df, T* result) {
     *result = mach<T>::nan;
+    if (std::isnan(p) || std::isnan(df)) return;
     const T eps = mach<T>::eps;
     if (df < 1) {
         insert_real(1, df);
@@ -151,7 +152,7 @@ template <class T> void l_t_inverse_cdf(T p, T df, T* result) {
         insert_real(1, p);
         korvs_ermes(5, 9043);
     }
-    if (korvs_n1rty(0) == 5 || std::isnan(df)) return;
+    if (korvs_n1rty(0) == 5) return;
     if (std::abs(p - T(0.5)) <= eps) {
         *result = T(0);
         return;
