@@ -454,6 +454,10 @@ def write_beta_incomplete(path):
     for _ in range(300):
         a, b = f32(10 ** (4 * rng.uniform() - 1.5)), f32(10 ** (4 * rng.uniform() - 1.5))
         triples.add((f32(rng.uniform()), a, b))
+    # Second parameters beyond what a finite sum of 100000 terms reaches.
+    for x, a, b in [(0.1, 0.5, 2e6), (1e-6, 0.5, 2e6), (0.3, 200, 1e6), (0.19, 2.5, 3e6), (0.05, 0.9, 5e5),
+                    (2e-6, 3, 2e6), (0.15, 1e5, 8e5)]:
+        triples.add((f32(x), f32(a), f32(b)))
     rows = []
     for x, a, b in sorted(triples):
         if 0 < x < 1:

@@ -18,12 +18,20 @@ namespace {
 constexpr int kMaxFiniteTerms = 100000;
 constexpr int kMaxFractionTerms = 100000;
 
-// I_y(p, q) by the continued fraction, for y below the mean-like bound
-// (p + 1)/(p + q + 2) where it converges fast; the complement above.
-template <class T> T continued_fraction(T y, T p, T q) {
-    if (y > (p + 1) / (p + q + 2)) return 1 - continued_fraction(1 - y, q, p);
+// I_y(p, q) by the continued fraction, which converges fast below the mean-like bound
+// (p + 1)/(p + q + 2); the complement above, once past 1/2 or ten standard deviations
+// beyond: within them I is steep, and the complement's variable would carry the rounding
+// of 1 - y. yc is 1 - y, held exactly by the caller.
+template <class T> T continued_fraction(T y, T yc, T p, T q, bool complemented = false) {
+    const T bound = (p + 1) / (p + q + 2);
+    const T sd = std::sqrt(p * q / ((p + q) * (p + q) * (p + q + 1)));
+    if (!complemented && y > bound && (y > T(0.5) || y > bound + 10 * sd))
+        return 1 - continued_fraction(yc, y, q, p, true);
     const T tiny = mach<T>::tiny / mach<T>::eps, eps = mach<T>::eps;
-    const T front = std::exp(p * std::log(y) + q * std::log1p(-y) - api::log_beta(p, q)) / p;
+    // Each logarithm from whichever of y and yc is the smaller, which is exact.
+    const T log_y = y <= yc ? std::log(y) : std::log1p(-yc);
+    const T log_yc = yc <= y ? std::log(yc) : std::log1p(-y);
+    const T front = std::exp(p * log_y + q * log_yc - api::log_beta(p, q)) / p;
     T c = 1, d = 1 - (p + q) * y / (p + 1);
     if (std::abs(d) < tiny) d = tiny;
     d = 1 / d;
@@ -56,6 +64,9 @@ template <class T> T bosten_battiste(T x, T pin, T qin) {
         p = qin;
         q = pin;
     }
+    // 1 - y: x itself after the exchange, with no rounding.
+    const T yc = swapped ? x : 1 - x;
+    const T log_yc = swapped ? std::log(x) : std::log1p(-x);
     T result;
     if ((p + q) * y / (p + 1) < eps) {
         // The first term of the series alone.
@@ -79,10 +90,10 @@ template <class T> T bosten_battiste(T x, T pin, T qin) {
             // The terms are carried as term * e^(ib alnsml) while they would underflow, and
             // rescaled by that same factor e^alnsml when they come back into range.
             const T rescale = std::exp(alnsml);
-            const T lead = p * std::log(y) + q * std::log1p(-y) - api::log_beta(p, q) - std::log(q);
+            const T lead = p * std::log(y) + q * log_yc - api::log_beta(p, q) - std::log(q);
             int ib = static_cast<int>(std::max(lead / alnsml, T(0)));
             T term = std::exp(lead - T(ib) * alnsml);
-            const T c = 1 / (1 - y);
+            const T c = 1 / yc;
             T finsum = 0;
             const T n = std::trunc(q) == q ? q - 1 : std::trunc(q);
             bool ended = n < 1;
@@ -103,7 +114,7 @@ template <class T> T bosten_battiste(T x, T pin, T qin) {
                 if (ib == 0) finsum += term;
                 ended = T(i) == n;
             }
-            if (!ended) return continued_fraction(x, pin, qin);
+            if (!ended) return continued_fraction(x, 1 - x, pin, qin);
             result += finsum;
         }
     }

@@ -91,17 +91,20 @@ template <class T> T newton(T u0, T alpha, T beta, T target, T ln_beta, T p, T l
 }
 
 // For a parameter below 1/2 the distribution gathers at the ends and the quantile may lie
-// anywhere down to the smallest number, where the start above fails. The side of 1/2 is
-// found from I_(1/2)(a, b); on it the quantile u of I_u(alpha, beta) = target is bracketed
-// by at most 31 bisections of ln u between ln(smallest) and ln(1/2), which in the float
-// twin is the whole solve; Newton's method polishes the double twin's.
+// anywhere down to the smallest number, where the start above fails. The side of 0.79 is
+// found from the smaller of p and q against I_0.79(a, b) or I_0.21(b, a), which the
+// incomplete beta function forms directly in the usual cases (from 0.8 it is a
+// complement, whose noise would hide a small tail): below it the quantile x of
+// I_x(a, b) = p, above it 1 - x of I_(1-x)(b, a) = q. The working variable u is bracketed
+// by at most 31 bisections of ln u between ln(smallest) and the side's end, which in the
+// float twin is the whole solve; Newton's method polishes the double twin's.
 template <class T> Split<T> solve_small(T p, T q, T a, T b) {
     const T ln_beta = api::log_beta(a, b);
-    const T half = api::beta_incomplete(T(0.5), a, b);
+    const bool lower =
+        p <= q ? p <= api::beta_incomplete(T(0.79), a, b) : q >= api::beta_incomplete(T(0.21), b, a);
     if (korvs_n1rty(0) > 3) return {mach<T>::nan, mach<T>::nan};
-    const bool lower = p <= half;
     const T alpha = lower ? a : b, beta = lower ? b : a, target = lower ? p : q;
-    T lo = std::log(mach<T>::tiny), hi = std::log(T(0.5));
+    T lo = std::log(mach<T>::tiny), hi = std::log(lower ? T(0.79) : T(0.21));
     if (api::beta_incomplete(mach<T>::tiny, alpha, beta) >= target) {
         const T zero = 0;
         return lower ? from_small(zero) : from_complement(zero);

@@ -1,6 +1,7 @@
 // The F distribution function and its inverse in both precisions, through the beta
-// distribution: F(f; m, n) = 1 - I_x(n/2, m/2) with x = n/(m f + n), and the quantile from
-// the beta quantile v of the larger tail as f = (n/m) v/(1 - v).
+// distribution: F(f; m, n) = 1 - I_x(n/2, m/2) with x = n/(m f + n) (or I_(1-x)(m/2, n/2)
+// where x would lie above 1/2), and the quantile from the beta quantile v of the larger
+// tail as f = (n/m) v/(1 - v); beyond v = 1 - eps the quantile is reported as infinite.
 #include <cmath>
 
 #include "api.hpp"
@@ -31,8 +32,16 @@ template <class T> void l_F_cdf(T f, T df_num, T df_den, T* result) {
         *result = T(0);
         return;
     }
-    const T x = df_den / (f * df_num + df_den);
-    const T value = api::beta_incomplete(x, df_den / 2, df_num / 2);
+    // 1 - I_x(n/2, m/2) with x = n/(m f + n) where x < 1/2; below, x would round to 1 and
+    // take the digits of a small F with it, so the same value is I_(1-x)(m/2, n/2).
+    const T mf = f * df_num;
+    if (mf < df_den) {
+        const T value = api::beta_incomplete(mf / (mf + df_den), df_num / 2, df_den / 2);
+        if (korvs_n1rty(0) > 3) return;
+        *result = value;
+        return;
+    }
+    const T value = api::beta_incomplete(df_den / (mf + df_den), df_den / 2, df_num / 2);
     if (korvs_n1rty(0) > 3) return;
     *result = 1 - value;
 }
