@@ -21,11 +21,14 @@ template <class T> struct Term {
     T scale;
 
     explicit Term(T s) : scale(s) {}
+    // A falling factor: the scale comes off before the product would pass below it,
+    // never after, so that the value does not lose digits among the subnormal numbers.
     void times(T factor) {
-        value *= factor;
-        if (value < scale && value > 0) {
-            value /= scale;
+        if (value * factor < scale && value > 0) {
+            value = value / scale * factor;
             ++count;
+        } else {
+            value *= factor;
         }
     }
     void rise(T factor) {
