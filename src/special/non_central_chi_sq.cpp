@@ -4,7 +4,8 @@
 // (as in Ding's algorithm, C. G. Ding, Applied Statistics 41, 1992, Algorithm AS 275):
 // the central terms by the incomplete gamma ratio, their neighbours by the recurrences
 // P(a + 1, y) = P(a, y) - y^a e^-y/gamma(a + 1) and w_(j+1) = w_j (delta/2)/(j + 1), until
-// the terms fall below 100 eps. The inverse solves it by bracket and secant.
+// the terms, and the falling series of the rest, are below 100 eps. The inverse solves it
+// by bracket and secant.
 #include <cmath>
 
 #include "api.hpp"
@@ -95,8 +96,15 @@ template <class T> void l_csndf(T x, T df, T delta, T* result) {
     const T g_m = poisson_term(half_df + T(m), y);  // P(a_m, y) - P(a_m + 1, y)
     T sum = w_m * p_m;
 
-    // Upwards the weights and the ratios both fall.
+    // Upwards the weights and the ratios both fall. A sum ends once its terms fall below
+    // 100 eps by so much that the rest, a series falling at least at the ratio r of the
+    // last two terms, is below that too: term r/(1 - r) < 100 eps.
+    auto done = [limit](T term, T previous) {
+        const T r = previous > 0 ? term / previous : T(0);
+        return term < limit && r < 1 && term * r < limit * (1 - r);
+    };
     T w = w_m, p = p_m, g = g_m;
+    T previous = w_m * p_m;
     for (int j = m + 1; j < m + kMaxTerms; ++j) {
         w *= lambda / T(j);
         p -= g;
@@ -104,21 +112,21 @@ template <class T> void l_csndf(T x, T df, T delta, T* result) {
         g *= y / (half_df + T(j));
         const T term = w * p;
         sum += term;
-        if (term < limit) break;
+        if (term == 0 || done(term, previous)) break;
+        previous = term;
     }
-    // Downwards the ratios rise while the weights fall: the terms may grow at first, and
-    // the sum ends once they are small and falling.
+    // Downwards the ratios rise while the weights fall: the terms may grow at first.
     w = w_m;
     p = p_m;
     g = g_m;
-    T previous = w_m * p_m;
+    previous = w_m * p_m;
     for (int j = m - 1; j >= 0; --j) {
         w *= T(j + 1) / lambda;
         g *= (half_df + T(j + 1)) / y;
         p += g;
         const T term = w * p;
         sum += term;
-        if (term < limit && term <= previous) break;
+        if (done(term, previous)) break;
         previous = term;
     }
     *result = sum < 0 ? T(0) : (sum > 1 ? T(1) : sum);

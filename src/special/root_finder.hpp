@@ -23,9 +23,8 @@ struct QuantileCodes {
     int no_bracket_type;
     int no_convergence;
     int no_convergence_type;
+    int rounds = 100;  // the limit of the doublings and of the refinement each
 };
-
-constexpr int kQuantileRounds = 100;
 
 // cdf(x) gives F(x); lower is the lower end of the support, where F is 0 (below it F is
 // not called), or -infinity. no_bracket_inserts(a, b) fills the inserts of the first
@@ -62,7 +61,7 @@ T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inse
         bool found = false;
         a = x1;
         fa = f1;
-        for (int k = 0; k < kQuantileRounds && !found; ++k, step *= 2) {
+        for (int k = 0; k < codes.rounds && !found; ++k, step *= 2) {
             b = x1 + step;
             if (b < lower) b = lower;
             fb = f(b);
@@ -94,7 +93,7 @@ T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inse
     T wl = fl, wu = fu;
     int kept = 0;  // -1: the lower end was kept in the last secant round, 1: the upper
     int bisections_due = 0;
-    for (int round = 0; round < kQuantileRounds; ++round) {
+    for (int round = 0; round < codes.rounds; ++round) {
         const T mid = (xl + xu) / 2, width = xu - xl;
         if (mid != 0 ? std::abs(width / mid) < tol : std::abs(width) < tol) return mid;
         const bool secant = bisections_due == 0;
