@@ -762,7 +762,10 @@ def write_non_central_t_inverse(path):
             for p in [1e-6, 0.05, 0.5, 0.95, 0.999]:
                 p32, d32 = f32(p), f32(delta)
                 x0 = D(d32) + mp.sqrt(2) * mp.erfinv(2 * D(p32) - 1)
-                q = solve_increasing(lambda t: non_central_t(t, df, d32), D(p32), x0, D(1))
+                if d32 == 0 and p32 == 0.5:
+                    q = D(0)  # the median of the symmetric central case
+                else:
+                    q = solve_increasing(lambda t: non_central_t(t, df, d32), D(p32), x0, D(1))
                 rows.append([fmt(p32), str(df), fmt(d32), num(q)])
     write_rows(path, "p, df, delta, the non-central t quantile", ["p", "df", "delta", "quantile"], rows)
     mp.mp.dps = 50

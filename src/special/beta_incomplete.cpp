@@ -80,9 +80,11 @@ template <class T> T bosten_battiste(T x, T pin, T qin) {
         result = first < alnsml ? T(0) : std::exp(first);
         if (ps != 1) {
             const int n = static_cast<int>(std::max(alneps / std::log(y), T(4)));
+            // Each ratio is formed apart from the running product, so that the divisions
+            // stay off the chain of dependent operations.
             T term = result * p;
             for (int i = 1; i <= n; ++i) {
-                term = term * (T(i) - ps) * y / T(i);
+                term *= (T(i) - ps) * y / T(i);
                 result += term / (p + T(i));
             }
         }
