@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -25,6 +26,10 @@ protected:
     static void refused(const std::string& text) {
         EXPECT_TRUE(text == "<null>" || text == "<untouched>") << text;
     }
+    // A 2 by 2 table with these options, refused.
+    template <class... O> std::function<void()> refuse(O... options) {
+        return [=, this] { refused(table("", 2, 2, a, options...)); };
+    }
     double a[4] = {1, 2, 3, 4};
     UnitCapture out_{2};
 };
@@ -40,33 +45,26 @@ TEST_F(WriteMatrix, ChecksInTheirOrder) {
         // The walk: an unknown code goes on to the string option behind it; a clash ends it.
         {"unknown code", [&] { EXPECT_EQ(table("", 2, 2, a, 99999), "<null>"); }, 5, 103, "%(i1) %(i2)",
          "99999 5"},
-        {"unknown code later",
-         [&] { refused(table("", 2, 2, a, KORVS_A_COL_DIM, 2, KORVS_TRANSPOSE, 77777)); }, 5, 103,
-         "%(i1) %(i2)", "77777 8"},
-        {"all, upper", [&] { refused(table("", 2, 2, a, KORVS_PRINT_ALL, KORVS_PRINT_UPPER)); }, 5, 10013},
-        {"lower, upper no diagonal",
-         [&] { refused(table("", 2, 2, a, KORVS_PRINT_LOWER_NO_DIAG, KORVS_PRINT_UPPER_NO_DIAG)); }, 5,
-         10013},
-        {"row number, labels",
-         [&] { refused(table("", 2, 2, a, KORVS_ROW_NUMBER, KORVS_ROW_LABELS, labels)); }, 5, 10014},
-        {"no row labels, from 0",
-         [&] { refused(table("", 2, 2, a, KORVS_NO_ROW_LABELS, KORVS_ROW_NUMBER_ZERO)); }, 5, 10014},
-        {"col labels, none",
-         [&] { refused(table("", 2, 2, a, KORVS_COL_LABELS, labels, KORVS_NO_COL_LABELS)); }, 5, 10015},
+        {"unknown code later", refuse(KORVS_A_COL_DIM, 2, KORVS_TRANSPOSE, 77777), 5, 103, "%(i1) %(i2)",
+         "77777 8"},
+        {"all, upper", refuse(KORVS_PRINT_ALL, KORVS_PRINT_UPPER), 5, 10013},
+        {"lower, upper no diagonal", refuse(KORVS_PRINT_LOWER_NO_DIAG, KORVS_PRINT_UPPER_NO_DIAG), 5, 10013},
+        {"row number, labels", refuse(KORVS_ROW_NUMBER, KORVS_ROW_LABELS, labels), 5, 10014},
+        {"no row labels, from 0", refuse(KORVS_NO_ROW_LABELS, KORVS_ROW_NUMBER_ZERO), 5, 10014},
+        {"col labels, none", refuse(KORVS_COL_LABELS, labels, KORVS_NO_COL_LABELS), 5, 10015},
         {"col number, from 0",
          [&] { EXPECT_EQ(table("", 2, 2, a, KORVS_COL_NUMBER, KORVS_COL_NUMBER_ZERO), "<untouched>"); }, 5,
          10015},
-        {"null format", [&] { refused(table("", 2, 2, a, KORVS_WRITE_FORMAT, static_cast<char*>(nullptr))); },
-         5, 150, "%(l1) %(i1)", "format -1"},
+        {"null format", refuse(KORVS_WRITE_FORMAT, static_cast<char*>(nullptr)), 5, 150, "%(l1) %(i1)",
+         "format -1"},
         {"null string",
          [&] { korvs_d_write_matrix("", 2, 2, a, KORVS_RETURN_STRING, static_cast<char**>(nullptr), 0); }, 5,
          104, "%(l1) %(l2)", "string KORVS_RETURN_STRING"},
-        {"string and console", [&] { refused(table("", 2, 2, a, KORVS_WRITE_TO_CONSOLE)); }, 5, 20749},
+        {"string and console", refuse(KORVS_WRITE_TO_CONSOLE), 5, 20749},
         // The required arguments: nra before the title and a, the title before a.
         {"nra", [&] { refused(table<double>(nullptr, -1, 2, nullptr)); }, 5, 603, "%(i1) %(i2) %(l1)",
          "-1 0 nra"},
-        {"a_col_dim", [&] { refused(table("", 2, 2, a, KORVS_A_COL_DIM, -5)); }, 5, 603, "%(i1) %(i2) %(l1)",
-         "-5 1 a_col_dim"},
+        {"a_col_dim", refuse(KORVS_A_COL_DIM, -5), 5, 603, "%(i1) %(i2) %(l1)", "-5 1 a_col_dim"},
         {"nca above a_col_dim", [&] { refused(table("", 2, 3, a, KORVS_A_COL_DIM, 2)); }, 5, 601,
          "%(i1) %(i2) %(l1) %(l2)", "3 2 nca a_col_dim"},
         {"nca", [&] { refused(table("", 2, -1, a, KORVS_A_COL_DIM, 2)); }, 5, 603, "%(i1) %(i2) %(l1)",
@@ -77,14 +75,10 @@ TEST_F(WriteMatrix, ChecksInTheirOrder) {
         {"a", [&] { refused(table<double>("", 2, 2, nullptr)); }, 5, 6002, "%(l1)", "a"},
         {"no data needed", [&] { EXPECT_EQ(table<double>("T", 0, 2, nullptr), "T\n"); }},
         // Labels: rows before columns, and only as many read as there are rows.
-        {"null row labels", [&] { refused(table("", 2, 2, a, KORVS_ROW_LABELS, null_labels)); }, 5, 150,
-         "%(l1) %(i1)", "row_labels -1"},
-        {"a null row label", [&] { refused(table("", 2, 2, a, KORVS_ROW_LABELS, with_null)); }, 5, 151,
-         "%(l1) %(i1)", "row_labels 1"},
-        {"null col labels", [&] { refused(table("", 2, 2, a, KORVS_COL_LABELS, null_labels)); }, 5, 150,
-         "%(l1) %(i1)", "col_labels -1"},
-        {"a null col label", [&] { refused(table("", 2, 2, a, KORVS_COL_LABELS, with_null)); }, 5, 151,
-         "%(l1) %(i1)", "col_labels 1"},
+        {"null row labels", refuse(KORVS_ROW_LABELS, null_labels), 5, 150, "%(l1) %(i1)", "row_labels -1"},
+        {"a null row label", refuse(KORVS_ROW_LABELS, with_null), 5, 151, "%(l1) %(i1)", "row_labels 1"},
+        {"null col labels", refuse(KORVS_COL_LABELS, null_labels), 5, 150, "%(l1) %(i1)", "col_labels -1"},
+        {"a null col label", refuse(KORVS_COL_LABELS, with_null), 5, 151, "%(l1) %(i1)", "col_labels 1"},
         {"rows first",
          [&] { refused(table("", 1, 2, a, KORVS_COL_LABELS, with_null, KORVS_ROW_LABELS, one_null)); }, 5,
          151, "%(l1) %(i1)", "row_labels 0"},
