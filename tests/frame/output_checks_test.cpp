@@ -164,21 +164,16 @@ TEST_F(WriteMatrix, StringConsoleAndFileModes) {
     EXPECT_EQ(seen, stdout);  // the walk ended at the unknown code
 }
 
-// A refused value is reported and not stored; the edges of the valid values are stored.
-void expect_setting(int option, int value, bool stored) {
-    int before = -99, v = value, after = -99;
-    korvs_write_options(-option, &before);
-    korvs_write_options(option, &v);
-    korvs_write_options(-option, &after);
-    EXPECT_EQ(after, stored ? value : before) << option << " " << value;
-}
-
-void expect_page(int option, int value, bool stored) {
-    int before = -99, v = value, after = -99;
-    korvs_page(-option, &before);
-    korvs_page(option, &v);
-    korvs_page(-option, &after);
-    EXPECT_EQ(after, stored ? value : before) << option << " " << value;
+// Sets an option through korvs_write_options or korvs_page: a refused value is stored
+// nowhere, a valid one is read back.
+std::function<void()> setting(void (*routine)(int, int*), int option, int value, bool valid = false) {
+    return [=] {
+        int before = -99, v = value, after = -99;
+        routine(-option, &before);
+        routine(option, &v);
+        routine(-option, &after);
+        EXPECT_EQ(after, valid ? value : before) << option << " " << value;
+    };
 }
 
 class Settings : public output_test::OutputTest {};
@@ -186,34 +181,35 @@ class Settings : public output_test::OutputTest {};
 TEST_F(Settings, ValuesAndOptionNumbers) {
     const char* three = "%(l1) %(i1) %(i2) %(i3)";
     expect_errors({
-        {"centering 2", [] { expect_setting(KORVS_SET_CENTERING, 2, false); }, 5, 109, three,
+        {"centering 2", setting(korvs_write_options, KORVS_SET_CENTERING, 2), 5, 109, three,
          "KORVS_SET_CENTERING 0 1 2"},
-        {"centering -1", [] { expect_setting(KORVS_SET_CENTERING, -1, false); }, 5, 109, three,
+        {"centering -1", setting(korvs_write_options, KORVS_SET_CENTERING, -1), 5, 109, three,
          "KORVS_SET_CENTERING 0 1 -1"},
-        {"row wrap -1", [] { expect_setting(KORVS_SET_ROW_WRAP, -1, false); }, 5, 110, "%(l1) %(i1) %(i2)",
+        {"row wrap -1", setting(korvs_write_options, KORVS_SET_ROW_WRAP, -1), 5, 110, "%(l1) %(i1) %(i2)",
          "KORVS_SET_ROW_WRAP 0 -1"},
-        {"paging -3", [] { expect_setting(KORVS_SET_PAGING, -3, false); }, 5, 110, "%(l1) %(i1) %(i2)",
+        {"paging -3", setting(korvs_write_options, KORVS_SET_PAGING, -3), 5, 110, "%(l1) %(i1) %(i2)",
          "KORVS_SET_PAGING -2 -3"},
-        {"nan char 2", [] { expect_setting(KORVS_SET_NAN_CHAR, 2, false); }, 5, 109, three,
+        {"nan char 2", setting(korvs_write_options, KORVS_SET_NAN_CHAR, 2), 5, 109, three,
          "KORVS_SET_NAN_CHAR 0 1 2"},
-        {"title page 5", [] { expect_setting(KORVS_SET_TITLE_PAGE, 5, false); }, 5, 109, three,
+        {"title page 5", setting(korvs_write_options, KORVS_SET_TITLE_PAGE, 5), 5, 109, three,
          "KORVS_SET_TITLE_PAGE 0 1 5"},
-        {"format 3", [] { expect_setting(KORVS_SET_FORMAT, 3, false); }, 5, 109, three,
+        {"format 3", setting(korvs_write_options, KORVS_SET_FORMAT, 3), 5, 109, three,
          "KORVS_SET_FORMAT 0 2 3"},
-        {"edges",
-         [] {
-             expect_setting(KORVS_SET_CENTERING, 1, true), expect_setting(KORVS_SET_ROW_WRAP, 0, true);
-             expect_setting(KORVS_SET_PAGING, -2, true), expect_setting(KORVS_SET_PAGING, 100000, true);
-             expect_setting(KORVS_SET_NAN_CHAR, 1, true), expect_setting(KORVS_SET_FORMAT, 2, true);
-         }},
-        {"option 7", [] { expect_setting(7, 0, false); }, 5, 10019},
-        {"option -100", [] { expect_setting(-100, 0, false); }, 5, 10019},
+        {"centering 1", setting(korvs_write_options, KORVS_SET_CENTERING, 1, true)},
+        {"row wrap 0", setting(korvs_write_options, KORVS_SET_ROW_WRAP, 0, true)},
+        {"paging -2", setting(korvs_write_options, KORVS_SET_PAGING, -2, true)},
+        {"paging 100000", setting(korvs_write_options, KORVS_SET_PAGING, 100000, true)},
+        {"nan char 1", setting(korvs_write_options, KORVS_SET_NAN_CHAR, 1, true)},
+        {"format 2", setting(korvs_write_options, KORVS_SET_FORMAT, 2, true)},
+        {"option 7", setting(korvs_write_options, 7, 0), 5, 10019},
+        {"option -100", setting(korvs_write_options, -100, 0), 5, 10019},
         {"null value", [] { korvs_write_options(1, nullptr); }, 5, 6002, "%(l1)", "value"},
-        {"width 9", [] { expect_page(-1, 9, false); }, 5, 10021, "%(i1)", "9"},
-        {"length -4", [] { expect_page(-2, -4, false); }, 5, 10022, "%(i1)", "-4"},
-        {"width 10", [] { expect_page(-1, 10, true), expect_page(-2, 10, true); }},
-        {"page option 0", [] { expect_page(0, 40, false); }, 5, 10020},
-        {"page option 3", [] { expect_page(3, 40, false); }, 5, 10020},
+        {"width 9", setting(korvs_page, -1, 9), 5, 10021, "%(i1)", "9"},
+        {"length -4", setting(korvs_page, -2, -4), 5, 10022, "%(i1)", "-4"},
+        {"width 10", setting(korvs_page, -1, 10, true)},
+        {"length 10", setting(korvs_page, -2, 10, true)},
+        {"page option 0", setting(korvs_page, 0, 40), 5, 10020},
+        {"page option 3", setting(korvs_page, 3, 40), 5, 10020},
     });
     korvs_write_options(0, nullptr);  // restores every default
     const int defaults[6] = {0, 1000, -2, 0, 0, 0};
