@@ -14,6 +14,11 @@ using korvs_test::KorvsTest;
 using korvs_test::raise_in;
 using korvs_test::UnitCapture;
 
+void e1pos(int type) {
+    int print = 0, stop = 0;
+    korvs_e1pos(type, &print, &stop);
+}
+
 class ErrorStack : public KorvsTest {};
 
 TEST_F(ErrorStack, LatestMessageOfAFrameWinsAndTheMostSevereRisesToTheCaller) {
@@ -211,8 +216,7 @@ TEST_F(StreamPrinter, PrintModesAndACustomPrinter) {
     korvs_error_options(KORVS_SET_PRINT_TYPE, KORVS_PRINT_BOX, 0);
     testing::internal::CaptureStderr();
     raise_in("boxed", 3, 87, "In a box.");
-    int print = 0, stop = 0;
-    korvs_e1pos(-9, &print, &stop);  // e1pos names itself though it has no frame in its good case
+    e1pos(-9);  // korvs_e1pos names itself though it has no frame in its good case
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "WARNING Error 87 from boxed.  In a box.\n"
               "TERMINAL Error from korvs_e1pos.  The argument type = -9 must lie between -8 and 8.\n");
@@ -259,12 +263,7 @@ TEST_F(ErrorOptions, ChecksAndTheWalk) {
         {"unknown code", [] { korvs_error_options(KORVS_FULL_TRACEBACK, 1, 99999, KORVS_SET_STOP, 3, 1, 0); },
          5, 103, "%(i1) at %(i2)", "99999 at 3"},
         {"unknown first code", [] { korvs_error_options(-5, 0); }, 5, 103, "%(i1) at %(i2)", "-5 at 1"},
-        {"e1pos type 9",
-         [] {
-             int print = 0, stop = 0;
-             korvs_e1pos(9, &print, &stop);
-         },
-         5, 132, "%(i1) %(i2) %(i3) %(l1)", "-8 8 9 type"},
+        {"e1pos type 9", [] { e1pos(9); }, 5, 132, "%(i1) %(i2) %(i3) %(l1)", "-8 8 9 type"},
     });
     EXPECT_EQ(value, 7);
     EXPECT_EQ(get_switch(KORVS_GET_STOP, 2), 1);  // the walk went on past type 8
