@@ -225,10 +225,11 @@ TEST_F(Settings, BelongToTheirThreadAndTablesPrintedAtOnceStayWhole) {
     korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
     set_page(40, 60);
     set(KORVS_SET_ROW_WRAP, 3);
-    int other_width = 0, other_wrap = 0;
+    int other_width = 0, other_length = 0, other_wrap = 0;
     std::string other_table;
     std::thread other([&] {
-        korvs_page(1, &other_width);
+        korvs_page(1, &other_width);  // a new thread starts from the defaults
+        korvs_page(2, &other_length);
         korvs_write_options(2, &other_wrap);
         set_page(20, 60);
         int a[1] = {1};
@@ -236,6 +237,7 @@ TEST_F(Settings, BelongToTheirThreadAndTablesPrintedAtOnceStayWhole) {
     });
     other.join();
     EXPECT_EQ(other_width, 78);
+    EXPECT_EQ(other_length, 60);
     EXPECT_EQ(other_wrap, 1000);
     EXPECT_EQ(other_table, sp(12) + "1\n");
     int width = 0;
