@@ -166,6 +166,7 @@ TEST_F(Layout, TitlesSplitAtNewlinesAndBlanksOrWithinAWord) {
 
 TEST_F(Layout, ColumnsThatDoNotFitTheWidthGoToTheNextBlock) {
     int a[14] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14};
+    const std::vector<int> before(a, a + 14);
     set_page(40, 60);
     // 1 + 3 * 13 = 40 fits, a fourth column does not.
     EXPECT_EQ(table("Wide", 2, 7, a),
@@ -181,6 +182,7 @@ TEST_F(Layout, ColumnsThatDoNotFitTheWidthGoToTheNextBlock) {
                      sp(13) + "7",                                         //
                      "1" + sp(12) + "7",                                   //
                      "2" + sp(11) + "14"}));
+    EXPECT_EQ(std::vector<int>(a, a + 14), before);  // a dense matrix is turned in place and back
 }
 
 TEST_F(Layout, RowBlocksPrintAllTheirColumnBlocksBeforeTheNextRows) {
