@@ -36,7 +36,7 @@ template <class T> T csevl(T t, const T* cs, int n) {
     for (int i = n; i >= 1; --i) {
         b2 = b1;
         b1 = b0;
-        b0 = twot * b1 - b2 + cs[i - 1];
+        b0 = (cs[i - 1] - b2) + twot * b1;  // b2 and the coefficient off the critical path
     }
     return (b0 - b2) * T(0.5);
 }

@@ -138,7 +138,7 @@ template <class T> T l_cot(T x) {
     }
     if (std::isnan(x)) return x;
 
-    // y 2/pi = (trunc(y) + rem(y)) (0.625 + pi2rec), whose large part 0.625 trunc(y) is exact.
+    // y 2/pi = (trunc(y) + rem(y)) (0.625 + pi2rec); the product 0.625 trunc(y), the large one, is exact.
     T ainty = std::trunc(y);
     const T yrem = y - ainty;
     const T prodbg = T(0.625) * ainty;

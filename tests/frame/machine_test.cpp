@@ -1,9 +1,12 @@
-// Machine constants, NaN tests, maximum and minimum, powers, timing and versions.
+// Machine constants, NaN tests, extremes, powers, timing, versions, units, the guarded
+// quotient, and complex arithmetic of both families against long double.
 #include <gtest/gtest.h>
 #include <korvstat.h>
 #include <sys/utsname.h>
 
+#include <climits>
 #include <cmath>
+#include <complex>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -11,135 +14,78 @@
 
 #include "korvs_test.hpp"
 
-using korvs_test::KorvsTest;
-
 namespace {
 
-uint32_t bits(float x) {
-    uint32_t b;
+template <class To, class From> To bits(From x) {
+    To b;
     std::memcpy(&b, &x, sizeof b);
     return b;
 }
-uint64_t bits(double x) {
-    uint64_t b;
-    std::memcpy(&b, &x, sizeof b);
-    return b;
-}
-float float_of(uint32_t b) {
-    float x;
-    std::memcpy(&x, &b, sizeof x);
-    return x;
-}
-double double_of(uint64_t b) {
-    double x;
-    std::memcpy(&x, &b, sizeof x);
-    return x;
+
+void read_unit(int unit) {
+    FILE* stream = nullptr;
+    korvs_umach(unit, &stream);
 }
 
-const uint32_t kFloatBits[8] = {0x00800000u, 0x7F7FFFFFu, 0x33800000u, 0x34000000u,
-                                0x3E9A209Bu, 0x7FFFFFFFu, 0x7F800000u, 0xFF800000u};
-const uint64_t kDoubleBits[8] = {0x0010000000000000ull, 0x7FEFFFFFFFFFFFFFull, 0x3CA0000000000000ull,
-                                 0x3CB0000000000000ull, 0x3FD344133FD34413ull, 0x7FFFFFFFFFFFFFFFull,
-                                 0x7FF0000000000000ull, 0xFFF0000000000000ull};
+class Machine : public korvs_test::KorvsTest {};
 
-class Machine : public KorvsTest {};
-
-TEST_F(Machine, TableHoldsTheExactBitPatterns) {
+TEST_F(Machine, ConstantsHoldTheirBitPatternsInEveryAccessor) {
+    // Entry 5 of the double table repeats the upper word instead of rounding log10(2).
+    const uint32_t f[8] = {0x00800000u, 0x7F7FFFFFu, 0x33800000u, 0x34000000u,
+                           0x3E9A209Bu, 0x7FFFFFFFu, 0x7F800000u, 0xFF800000u};
+    const uint64_t d[8] = {0x0010000000000000ull, 0x7FEFFFFFFFFFFFFFull, 0x3CA0000000000000ull,
+                           0x3CB0000000000000ull, 0x3FD344133FD34413ull, 0x7FFFFFFFFFFFFFFFull,
+                           0x7FF0000000000000ull, 0xFFF0000000000000ull};
     for (int n = 1; n <= 8; ++n) {
-        EXPECT_EQ(bits(korvs_machine.f[n - 1]), kFloatBits[n - 1]) << n;
-        EXPECT_EQ(bits(korvs_machine.d[n - 1]), kDoubleBits[n - 1]) << n;
-        EXPECT_EQ(bits(korvs_amach(n)), kFloatBits[n - 1]) << n;
-        EXPECT_EQ(bits(korvs_dmach(n)), kDoubleBits[n - 1]) << n;
-        EXPECT_EQ(bits(korvs_f_machine(n)), kFloatBits[n - 1]) << n;
-        EXPECT_EQ(bits(korvs_d_machine(n)), kDoubleBits[n - 1]) << n;
+        for (float x : {korvs_machine.f[n - 1], korvs_amach(n), korvs_f_machine(n)})
+            EXPECT_EQ(bits<uint32_t>(x), f[n - 1]) << n;
+        for (double x : {korvs_machine.d[n - 1], korvs_dmach(n), korvs_d_machine(n)})
+            EXPECT_EQ(bits<uint64_t>(x), d[n - 1]) << n;
     }
+    using F = std::numeric_limits<float>;
+    using D = std::numeric_limits<double>;
+    const int integers[13] = {CHAR_BIT,        2,         std::numeric_limits<short>::digits,
+                              SHRT_MAX,        31,        INT_MAX,
+                              F::radix,        F::digits, F::min_exponent,
+                              F::max_exponent, D::digits, D::min_exponent,
+                              D::max_exponent};
+    for (int n = 0; n <= 12; ++n)
+        EXPECT_EQ(korvs_i_machine(n), integers[n]) << n;
     EXPECT_TRUE(errors().empty());
+    expect_errors({
+        {"amach 0", [] { EXPECT_EQ(korvs_amach(0), 0.0f); }, 5, 12009},
+        {"amach 9", [] { korvs_amach(9); }, 5, 12009},
+        {"dmach -1", [] { EXPECT_EQ(korvs_dmach(-1), 0.0); }, 5, 12009},
+        {"f_machine 0", [] { EXPECT_EQ(korvs_f_machine(0), 0.0f); }, 5, 132, "%(i1) %(i2) %(i3)", "1 8 0"},
+        {"d_machine 9", [] { EXPECT_EQ(korvs_d_machine(9), 0.0); }, 5, 132},
+        {"i_machine 13", [] { EXPECT_EQ(korvs_i_machine(13), 0); }, 5, 132, "%(i1) %(i2) %(i3)", "0 12 13"},
+        {"version 1", [] { EXPECT_EQ(korvs_version(1), nullptr); }, 5, 103},
+        {"unit 4", [] { read_unit(4); }, 5, 12010},
+        {"unit 0", [] { read_unit(0); }, 5, 12010},
+    });
 }
 
-TEST_F(Machine, ValuesAgreeWithTheLanguage) {
-    EXPECT_EQ(korvs_amach(1), std::numeric_limits<float>::min());
-    EXPECT_EQ(korvs_amach(2), std::numeric_limits<float>::max());
-    EXPECT_EQ(korvs_amach(4), std::numeric_limits<float>::epsilon());
-    EXPECT_EQ(korvs_amach(3), std::numeric_limits<float>::epsilon() / 2);
-    EXPECT_EQ(korvs_dmach(1), std::numeric_limits<double>::min());
-    EXPECT_EQ(korvs_dmach(2), std::numeric_limits<double>::max());
-    EXPECT_EQ(korvs_dmach(4), std::numeric_limits<double>::epsilon());
-    EXPECT_EQ(korvs_amach(7), std::numeric_limits<float>::infinity());
-    EXPECT_EQ(korvs_dmach(8), -std::numeric_limits<double>::infinity());
-    EXPECT_TRUE(std::isnan(korvs_amach(6)));
-    EXPECT_TRUE(std::isnan(korvs_dmach(6)));
-    // Entry 5 of the double table is the upper word repeated, not the rounded log10(2).
-    EXPECT_NE(korvs_dmach(5), std::log10(2.0));
-    EXPECT_NEAR(korvs_dmach(5), std::log10(2.0), 2e-8);
-}
-
-TEST_F(Machine, AmachOutsideOneToEight) {
-    for (int n : {0, 9, -1}) {
-        clear();
-        EXPECT_EQ(korvs_amach(n), 0.0f);
-        EXPECT_TRUE(only_raised(5, 12009));
-        EXPECT_EQ(korvs_error_code(), 12009);
-        clear();
-        EXPECT_EQ(korvs_dmach(n), 0.0);
-        EXPECT_TRUE(only_raised(5, 12009));
-    }
-}
-
-TEST_F(Machine, FramedAccessorsOutsideTheirRange) {
-    EXPECT_EQ(korvs_f_machine(0), 0.0f);
-    EXPECT_TRUE(only_raised(5, 132));
-    clear();
-    EXPECT_EQ(korvs_d_machine(9), 0.0);
-    EXPECT_TRUE(only_raised(5, 132));
-    clear();
-    EXPECT_EQ(korvs_i_machine(13), 0);
-    EXPECT_TRUE(only_raised(5, 132));
-    EXPECT_EQ(korvs_error_code(), 132);
-}
-
-TEST_F(Machine, IntegerTable) {
-    const int expected[13] = {8, 2, 15, 32767, 31, 2147483647, 2, 24, -125, 128, 53, -1021, 1024};
-    for (int n = 0; n <= 12; ++n) EXPECT_EQ(korvs_i_machine(n), expected[n]) << n;
-    EXPECT_EQ(korvs_i_machine(7), std::numeric_limits<float>::digits);
-    EXPECT_EQ(korvs_i_machine(10), std::numeric_limits<double>::digits);
-    EXPECT_EQ(korvs_i_machine(8), std::numeric_limits<float>::min_exponent);
-    EXPECT_EQ(korvs_i_machine(12), std::numeric_limits<double>::max_exponent);
-}
-
-TEST_F(Machine, NanTestsLookAtTheBitPattern) {
-    EXPECT_EQ(korvs_ifnan(float_of(0x7FC00000u)), 1);
-    EXPECT_EQ(korvs_ifnan(float_of(0xFFC00000u)), 1);  // negative quiet NaN
-    EXPECT_EQ(korvs_ifnan(float_of(0x7F800001u)), 1);  // signalling NaN
-    EXPECT_EQ(korvs_ifnan(float_of(0x7F800000u)), 0);  // infinity
-    EXPECT_EQ(korvs_ifnan(1.0f), 0);
-    EXPECT_EQ(korvs_difnan(double_of(0x7FF0000000000001ull)), 1);
-    EXPECT_EQ(korvs_difnan(double_of(0xFFF8000000000000ull)), 1);
-    EXPECT_EQ(korvs_difnan(double_of(0x7FF0000000000000ull)), 0);
-    EXPECT_EQ(korvs_difnan(-0.0), 0);
-    EXPECT_EQ(korvs_f_test_nan(korvs_amach(6)), 1);
-    EXPECT_EQ(korvs_f_test_nan(2.0f), 0);
-    EXPECT_EQ(korvs_d_test_nan(korvs_dmach(6)), 1);
-    EXPECT_EQ(korvs_d_test_nan(korvs_dmach(7)), 0);
-}
-
-TEST_F(Machine, MaxAndMinWithNaN) {
+TEST_F(Machine, NanTestsExtremesAndPowers) {
+    for (uint32_t b : {0x7FC00000u, 0xFFC00000u, 0x7F800001u})
+        EXPECT_EQ(korvs_ifnan(bits<float>(b)), 1) << b;
+    for (uint64_t b : {0x7FF0000000000001ull, 0xFFF8000000000000ull})
+        EXPECT_EQ(korvs_difnan(bits<double>(b)), 1);
+    EXPECT_EQ(korvs_ifnan(HUGE_VALF) + korvs_ifnan(1.0f) + korvs_difnan(HUGE_VAL) + korvs_difnan(-0.0), 0);
+    EXPECT_EQ(korvs_f_test_nan(korvs_amach(6)) + korvs_d_test_nan(korvs_dmach(6)), 2);
+    EXPECT_EQ(korvs_f_test_nan(2.0f) + korvs_d_test_nan(HUGE_VAL), 0);
+    // max(a, b) is a when a > b, else b; min(a, b) is b when a >= b, else a.
     const float nan = korvs_amach(6);
-    EXPECT_EQ(korvs_f_max(nan, 1.0f), 1.0f);
-    EXPECT_TRUE(std::isnan(korvs_f_max(1.0f, nan)));
-    EXPECT_TRUE(std::isnan(korvs_f_min(nan, 1.0f)));
-    EXPECT_EQ(korvs_f_min(1.0f, nan), 1.0f);
     const double dnan = korvs_dmach(6);
+    EXPECT_EQ(korvs_f_max(nan, 1.0f), 1.0f);
+    EXPECT_TRUE(std::isnan(korvs_f_max(1.0f, nan)) && std::isnan(korvs_f_min(nan, 1.0f)));
+    EXPECT_EQ(korvs_f_min(1.0f, nan), 1.0f);
     EXPECT_EQ(korvs_d_max(dnan, 1.0), 1.0);
-    EXPECT_TRUE(std::isnan(korvs_d_max(1.0, dnan)));
-    EXPECT_TRUE(std::isnan(korvs_d_min(dnan, 1.0)));
+    EXPECT_TRUE(std::isnan(korvs_d_max(1.0, dnan)) && std::isnan(korvs_d_min(dnan, 1.0)));
     EXPECT_EQ(korvs_d_min(1.0, dnan), 1.0);
     EXPECT_EQ(korvs_f_max(-2.0f, 3.0f), 3.0f);
     EXPECT_EQ(korvs_d_min(-2.0, 3.0), -2.0);
     EXPECT_EQ(korvs_i_max(-4, 9), 9);
     EXPECT_EQ(korvs_i_min(-4, 9), -4);
-}
-
-TEST_F(Machine, RunningExtremesOfAList) {
     EXPECT_EQ(korvs_f_vmax(4, 1.0f, 7.5f, -3.0f, 7.25f), 7.5f);
     EXPECT_EQ(korvs_d_vmax(3, -1.0, -0.5, -2.0), -0.5);
     EXPECT_EQ(korvs_f_vmin(3, 2.0f, -1.5f, 0.0f), -1.5f);
@@ -147,137 +93,189 @@ TEST_F(Machine, RunningExtremesOfAList) {
     EXPECT_EQ(korvs_i_vmin(5, 4, 8, -2, 6, -1), -2);
     EXPECT_EQ(korvs_f_vmax(0), 0.0f);
     EXPECT_EQ(korvs_i_vmin(-3), 0);
-    // A NaN is skipped once a number stands; a NaN in front stays.
-    EXPECT_EQ(korvs_d_vmax(3, 1.0, korvs_dmach(6), 2.0), 2.0);
-    EXPECT_TRUE(std::isnan(korvs_d_vmax(2, korvs_dmach(6), 2.0)));
-    EXPECT_TRUE(errors().empty());
-}
-
-TEST_F(Machine, IntegerPowers) {
+    EXPECT_EQ(korvs_d_vmax(3, 1.0, dnan, 2.0), 2.0);  // a NaN is skipped once a number stands
+    EXPECT_TRUE(std::isnan(korvs_d_vmax(2, dnan, 2.0)));
     EXPECT_EQ(korvs_fi_power(2.0f, -3), 0.125f);
     EXPECT_EQ(korvs_fi_power(0.0f, 0), 1.0f);
     EXPECT_EQ(korvs_di_power(0.0, 0), 1.0);
-    EXPECT_EQ(korvs_fi_power(0.0f, -1), std::numeric_limits<float>::infinity());
+    EXPECT_EQ(korvs_fi_power(0.0f, -1), HUGE_VALF);
     for (int n = -40; n <= 40; ++n) {
-        // Powers of 3 up to 3^33 are exact in double; beyond, the binary method stays
-        // within a few roundings of the exact value.
         long double exact = std::pow(3.0L, n);
         double got = korvs_di_power(3.0, n);
-        EXPECT_NEAR(got / static_cast<double>(exact), 1.0, 2e-15) << n;
+        EXPECT_NEAR(got / double(exact), 1.0, 2e-15) << n;
         if (n >= 0 && n <= 33) {
-            EXPECT_EQ(got, static_cast<double>(exact)) << n;
+            EXPECT_EQ(got, double(exact)) << n;  // exact in double
         }
         EXPECT_NEAR(korvs_fi_power(1.25f, n) / std::pow(1.25, n), 1.0, 4e-7) << n;
     }
     EXPECT_EQ(korvs_di_power(-2.0, 1023), -std::ldexp(1.0, 1023));
-    EXPECT_EQ(korvs_di_power(2.0, std::numeric_limits<int>::min()), 0.0);
+    EXPECT_EQ(korvs_di_power(2.0, INT_MIN), 0.0);
     EXPECT_EQ(korvs_ff_power(2.0f, 0.5f), std::pow(2.0f, 0.5f));
     EXPECT_EQ(korvs_dd_power(10.0, -2.0), std::pow(10.0, -2.0));
-}
-
-TEST_F(Machine, IntegerPowerWrapsAround) {
-    for (int base : {-7, -2, -1, 0, 1, 3, 10}) {
+    for (int base : {-7, -2, -1, 0, 1, 3, 10})
         for (int n = 0; n <= 45; ++n) {
-            uint32_t expected = 1;
-            for (int i = 0; i < n; ++i) expected *= static_cast<uint32_t>(base);
+            uint32_t expected = 1;  // wraps around as unsigned arithmetic does
+            for (int i = 0; i < n; ++i)
+                expected *= static_cast<uint32_t>(base);
             EXPECT_EQ(korvs_ii_power(base, n), static_cast<int32_t>(expected)) << base << "^" << n;
         }
-    }
-    // Negative exponents have the integer value of the reciprocal, and never hang.
+    // A negative exponent gives the integer value of the reciprocal, and never hangs.
     EXPECT_EQ(korvs_ii_power(2, -1), 0);
     EXPECT_EQ(korvs_ii_power(1, -5), 1);
     EXPECT_EQ(korvs_ii_power(-1, -3), -1);
     EXPECT_EQ(korvs_ii_power(-1, -4), 1);
-}
-
-TEST_F(Machine, ThreadCpuTimeAdvances) {
-    double start = korvs_ctime();
-    EXPECT_GE(start, 0.0);
-    volatile double sink = 0;
-    double now = start;
-    for (long i = 0; now - start < 0.02 && i < 2000000000L; ++i) {
-        sink = sink + std::sqrt(static_cast<double>(i));
-        if (i % 100000 == 0) now = korvs_ctime();
-    }
-    EXPECT_GE(now - start, 0.02);
-}
-
-TEST_F(Machine, VersionStrings) {
-    char* library = korvs_version(KORVS_LIBRARY_VERSION);
-    ASSERT_NE(library, nullptr);
-    EXPECT_STREQ(library, "KORV Statistics Library Version 4.0");
-    std::free(library);
-    struct utsname u;
-    ASSERT_EQ(uname(&u), 0);
-    char* os = korvs_version(KORVS_OS_VERSION);
-    ASSERT_NE(os, nullptr);
-    EXPECT_EQ(std::string(os), std::string(u.sysname) + " " + u.release);
-    std::free(os);
-    char* compiler = korvs_version(KORVS_COMPILER_VERSION);
-    ASSERT_NE(compiler, nullptr);
-    EXPECT_TRUE(std::string(compiler).rfind("GCC ", 0) == 0 || std::string(compiler).rfind("Clang ", 0) == 0)
-        << compiler;
-    std::free(compiler);
     EXPECT_TRUE(errors().empty());
 }
 
-TEST_F(Machine, VersionOfAnUnknownCode) {
-    korvs_test::UnitCapture err(3);
-    korvs_error_options(KORVS_SET_PRINT, 5, 1, 0);
-    EXPECT_EQ(korvs_version(1), nullptr);
-    EXPECT_TRUE(only_raised(5, 103));
-    // Raised inside the worker; the message names the routine the caller called.
-    EXPECT_EQ(err.text(),
-              "\n*** TERMINAL Error from korvs_version.  The optional argument code 1 at\n"
-              "***          position 1 of the argument list is not one this routine knows.\n\n");
-}
-
-TEST_F(Machine, LogicalUnits) {
-    FILE* f = nullptr;
-    korvs_umach(1, &f);
-    EXPECT_EQ(f, stdin);
-    korvs_umach(2, &f);
-    EXPECT_EQ(f, stdout);
-    korvs_umach(3, &f);
-    EXPECT_EQ(f, stderr);
-    FILE* mine = std::tmpfile();
+TEST_F(Machine, TimeVersionsAndUnits) {
+    double start = korvs_ctime(), now = start;
+    EXPECT_GE(start, 0.0);
+    volatile double sink = 0;
+    for (long i = 0; now - start < 0.02 && i < 2000000000L; ++i) {
+        sink = sink + std::sqrt(double(i));
+        if (i % 100000 == 0) now = korvs_ctime();
+    }
+    EXPECT_GE(now - start, 0.02);
+    struct utsname u;
+    ASSERT_EQ(uname(&u), 0);
+    char* v[3] = {korvs_version(KORVS_LIBRARY_VERSION), korvs_version(KORVS_OS_VERSION),
+                  korvs_version(KORVS_COMPILER_VERSION)};
+    ASSERT_TRUE(v[0] && v[1] && v[2]);
+    EXPECT_STREQ(v[0], "KORV Statistics Library Version 4.0");
+    EXPECT_EQ(std::string(v[1]), std::string(u.sysname) + " " + u.release);
+    EXPECT_TRUE(std::string(v[2]).rfind("GCC ", 0) == 0 || std::string(v[2]).rfind("Clang ", 0) == 0) << v[2];
+    for (char* s : v)
+        std::free(s);
+    FILE* f[4] = {};
+    for (int unit = 1; unit <= 3; ++unit)
+        korvs_umach(unit, &f[unit]);
+    EXPECT_TRUE(f[1] == stdin && f[2] == stdout && f[3] == stderr);
+    FILE *mine = std::tmpfile(), *none = nullptr;
     korvs_umach(-2, &mine);
-    korvs_umach(2, &f);
-    EXPECT_EQ(f, mine);
-    FILE* none = nullptr;
+    korvs_umach(2, &f[0]);
+    EXPECT_EQ(f[0], mine);
     korvs_umach(-2, &none);  // a null stream gives the unit back its standard stream
-    korvs_umach(2, &f);
-    EXPECT_EQ(f, stdout);
+    korvs_umach(2, &f[0]);
+    EXPECT_EQ(f[0], stdout);
     std::fclose(mine);
-    korvs_umach(4, &f);
-    EXPECT_TRUE(only_raised(5, 12010));
-    clear();
-    korvs_umach(0, &f);
-    EXPECT_TRUE(only_raised(5, 12010));
+    EXPECT_TRUE(errors().empty());
 }
 
-// The guarded quotient against the rules of its overflow and underflow tests.
-TEST_F(Machine, SafeDivide) {
-    const double inf = std::numeric_limits<double>::infinity();
-    EXPECT_TRUE(std::isnan(korvs_d_safe_divide(korvs_dmach(6), 1.0, nullptr)));
-    EXPECT_TRUE(std::isnan(korvs_d_safe_divide(1.0, korvs_dmach(6), nullptr)));
-    EXPECT_TRUE(std::isnan(korvs_d_safe_divide(0.0, 0.0, nullptr)));
-    EXPECT_EQ(korvs_d_safe_divide(1.0, 0.0, nullptr), inf);
-    EXPECT_EQ(korvs_d_safe_divide(-1.0, 0.0, nullptr), -inf);
-    EXPECT_EQ(korvs_d_safe_divide(1e300, 1e-10, nullptr), inf);
-    EXPECT_EQ(korvs_d_safe_divide(-1e300, 1e-10, nullptr), -inf);
-    EXPECT_EQ(korvs_d_safe_divide(1e300, -1e-10, nullptr), -inf);
-    EXPECT_EQ(korvs_d_safe_divide(1e-300, 1e10, nullptr), 0.0);
-    double out = 0;
-    EXPECT_EQ(korvs_d_safe_divide(7.0, 2.0, &out), 3.5);
-    EXPECT_EQ(out, 3.5);
-    float fout = 0;
-    EXPECT_EQ(korvs_f_safe_divide(1e30f, 1e-10f, &fout), std::numeric_limits<float>::infinity());
-    EXPECT_EQ(fout, std::numeric_limits<float>::infinity());
+TEST_F(Machine, SafeDivideGuardsOverflowAndUnderflow) {
+    const double inf = HUGE_VAL, nan = korvs_dmach(6);
+    const struct {
+        double a, b, expected;
+    } cases[] = {{nan, 1, nan},         {1, nan, nan},          {0, 0, nan},
+                 {1, 0, inf},           {-1, 0, -inf},          {1e300, 1e-10, inf},
+                 {-1e300, 1e-10, -inf}, {1e300, -1e-10, -inf},  {1e-300, 1e10, 0},
+                 {7, 2, 3.5},           {1, 1e-300, 1 / 1e-300}};  // just inside the bound
+    for (const auto& c : cases) {
+        double out = -1, got = korvs_d_safe_divide(c.a, c.b, &out);
+        EXPECT_TRUE(got == c.expected || (std::isnan(got) && std::isnan(c.expected))) << c.a << "/" << c.b;
+        EXPECT_TRUE(out == got || (std::isnan(out) && std::isnan(got)));
+    }
+    float out = 0;
+    EXPECT_EQ(korvs_f_safe_divide(1e30f, 1e-10f, &out), HUGE_VALF);
+    EXPECT_EQ(out, HUGE_VALF);
     EXPECT_EQ(korvs_f_safe_divide(1e-30f, 1e10f, nullptr), 0.0f);
     EXPECT_EQ(korvs_f_safe_divide(3.0f, 4.0f, nullptr), 0.75f);
-    // Just inside the overflow bound the quotient is formed.
-    EXPECT_DOUBLE_EQ(korvs_d_safe_divide(1.0, 1e-300, nullptr), 1e300);
+}
+
+// Complex arithmetic: the float family computes in double and rounds once.
+using LC = std::complex<long double>;
+template <class C> LC wide(C a) { return LC(a.re, a.im); }
+template <class C> C make(LC x) { return C{decltype(C::re)(x.real()), decltype(C::im)(x.imag())}; }
+
+// Relative distance of a result from the exact value, scaled by the larger part.
+long double distance(LC got, LC exact) {
+    long double scale = std::max({std::fabs(exact.real()), std::fabs(exact.imag()), 1e-300L});
+    return std::max(std::fabs(got.real() - exact.real()), std::fabs(got.imag() - exact.imag())) / scale;
+}
+
+using CF = korvs_f_complex;
+using CD = korvs_d_complex;
+const struct {
+    const char* name;
+    CF (*f)(CF);
+    CD (*d)(CD);
+    LC (*exact)(const LC&);
+} kUnary[] = {{"sqrt", korvs_c_sqrt, korvs_z_sqrt, [](const LC& x) { return std::sqrt(x); }},
+              {"exp", korvs_c_exp, korvs_z_exp, [](const LC& x) { return std::exp(x); }},
+              {"log", korvs_c_log, korvs_z_log, [](const LC& x) { return std::log(x); }},
+              {"sin", korvs_c_sin, korvs_z_sin, [](const LC& x) { return std::sin(x); }},
+              {"cos", korvs_c_cos, korvs_z_cos, [](const LC& x) { return std::cos(x); }}};
+const struct {
+    const char* name;
+    CF (*f)(CF, CF);
+    CD (*d)(CD, CD);
+    LC (*exact)(const LC&, const LC&);
+} kBinary[] = {{"+", korvs_c_add, korvs_z_add, [](const LC& x, const LC& y) { return x + y; }},
+               {"-", korvs_c_sub, korvs_z_sub, [](const LC& x, const LC& y) { return x - y; }},
+               {"*", korvs_c_mul, korvs_z_mul, [](const LC& x, const LC& y) { return x * y; }},
+               {"/", korvs_c_div, korvs_z_div, [](const LC& x, const LC& y) { return x / y; }}};
+
+TEST_F(Machine, ComplexOperationsAgainstLongDouble) {
+    const LC samples[] = {{1.5L, -2.25L}, {-3.0L, 0.5L}, {0.0L, 1.0L},    {-4.0L, 0.0L},
+                          {2.0L, 0.0L},   {1e-3L, 7.0L}, {-6.5L, -1e-2L}, {0.75L, 0.75L}};
+    for (const LC& s : samples) {
+        const CF a = make<CF>(s);
+        const CD z = make<CD>(s);
+        for (const auto& op : kUnary) {
+            EXPECT_LE(distance(wide(op.f(a)), op.exact(wide(a))), 1.2e-7L) << op.name << s;
+            EXPECT_LE(distance(wide(op.d(z)), op.exact(wide(z))), 4e-16L) << op.name << s;
+        }
+        EXPECT_NEAR(korvs_z_abs(z), double(std::abs(s)), 2e-16 * double(std::abs(s)));
+        EXPECT_NEAR(korvs_z_arg(z), double(std::arg(s)), 4e-16);
+        for (const LC& t : samples)
+            for (const auto& op : kBinary) {
+                EXPECT_LE(distance(wide(op.f(a, make<CF>(t))), op.exact(wide(a), wide(make<CF>(t)))), 1.2e-7L)
+                    << s << op.name << t;
+                EXPECT_LE(distance(wide(op.d(z, make<CD>(t))), op.exact(wide(z), wide(make<CD>(t)))), 4e-16L)
+                    << s << op.name << t;
+            }
+    }
+    // (-4, 0): the real part of the root keeps the sign of a positive zero.
+    CF r = korvs_c_sqrt(korvs_cf_convert(-4.0f, 0.0f));
+    EXPECT_TRUE(r.re == 0.0f && !std::signbit(r.re) && r.im == 2.0f);
+    CF zero = korvs_c_sqrt(korvs_cf_convert(0.0f, 0.0f));
+    EXPECT_TRUE(zero.re == 0.0f && zero.im == 0.0f);
+    // No intermediate overflows near the top of the range.
+    EXPECT_LE(distance(wide(korvs_z_sqrt(korvs_zd_convert(1e308, 1e308))), std::sqrt(LC(1e308L, 1e308L))),
+              4e-16L);
+    CD q = korvs_z_div(korvs_zd_convert(1e300, 1e300), korvs_zd_convert(1e300, -1e300));
+    EXPECT_TRUE(std::fabs(q.re) < 1e-16 && std::fabs(q.im - 1.0) < 1e-16);
+    CD e = korvs_z_exp(korvs_zd_convert(0.0, 0.0));
+    EXPECT_TRUE(e.re == 1.0 && e.im == 0.0);
+    EXPECT_EQ(korvs_z_exp(korvs_zd_convert(1.0, 0.0)).re, std::exp(1.0));
+    EXPECT_TRUE(errors().empty());
+    expect_errors(
+        {{"c_div by 0",
+          [] {
+              CF r = korvs_c_div(korvs_cf_convert(1.0f, 2.0f), korvs_cf_convert(0.0f, 0.0f));
+              EXPECT_TRUE(r.re == 0.0f && r.im == 0.0f);  // the divisor comes back
+          },
+          5, 607},
+         {"z_div by 0",
+          [] { EXPECT_EQ(korvs_z_div(korvs_zd_convert(1, 2), korvs_zd_convert(0, -0.0)).re, 0); }, 5, 607}});
+}
+
+TEST_F(Machine, SmallComplexOperations) {
+    CF a = korvs_cf_convert(3.0f, -4.0f);
+    EXPECT_EQ(korvs_c_abs(a), 5.0f);
+    EXPECT_EQ(korvs_c_aimag(a), -4.0f);
+    EXPECT_EQ(korvs_fc_convert(a), 3.0f);
+    EXPECT_EQ(korvs_c_conjg(a).im, 4.0f);
+    EXPECT_EQ(korvs_c_neg(a).re, -3.0f);
+    EXPECT_EQ(korvs_c_eq(a, korvs_cf_convert(3.0f, -4.0f)), 1);
+    EXPECT_EQ(korvs_c_eq(a, korvs_cf_convert(3.0f, 4.0f)), 0);
+    EXPECT_EQ(korvs_c_arg(korvs_cf_convert(0.0f, 0.0f)), 0.0f);
+    CD z = korvs_zc_convert(a);
+    EXPECT_EQ(korvs_dz_convert(z), 3.0);
+    EXPECT_EQ(korvs_z_aimag(korvs_z_conjg(z)), 4.0);
+    EXPECT_EQ(korvs_z_eq(korvs_z_neg(z), korvs_zd_convert(-3.0, 4.0)), 1);
+    CF narrowed = korvs_cz_convert(korvs_zd_convert(0.1, 1e40));
+    EXPECT_EQ(narrowed.re, 0.1f);
+    EXPECT_TRUE(std::isinf(narrowed.im));
 }
 
 }  // namespace

@@ -1,195 +1,151 @@
-// The message file seen from a caller: where it is found, what a message reads when it
-// is found and when it is not, and the one report of a file that cannot be used. The
-// file is opened once per process, at the first message, so each case sets its search
-// path before anything is raised (every case runs in a process of its own).
+// The message file seen from a caller: where it is found, what a message reads when it is
+// found and when not, and the one report of a file that cannot be used. The file is opened
+// once per process, at the first lookup, so each setting runs in a process of its own.
 #include <gtest/gtest.h>
 #include <korvstat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "korvs_test.hpp"
 #include "message_source.hpp"
 
-using korvs_test::KorvsTest;
-using korvs_test::MessageRecord;
-using korvs_test::ScratchDir;
-
 namespace {
 
-const MessageRecord& source_record(long code) {
-    static const std::vector<MessageRecord> records = korvs_test::read_message_source();
-    for (const MessageRecord& r : records)
-        if (r.code == code) return r;
-    static const MessageRecord none{};
-    return none;
+using korvs_test::ScratchDir;
+using korvs_test::source_record;
+
+// The text that the hook sees first for a code raised in a routine of the caller's.
+std::string raised_text(int type, int code) {
+    korvs_test::raised.clear();
+    korvs_e1psh("message_test");
+    korvs_ermes(type, code);
+    korvs_e1pop("message_test");
+    return korvs_test::raised.empty() ? "(nothing raised)" : korvs_test::raised.front().text;
 }
 
-class MessageFile : public KorvsTest {
+void copy_built_file(const ScratchDir& dir) {
+    std::filesystem::copy_file(KORVS_MESSAGE_FILE, dir.file("korvs_e.bin"));
+}
+
+enum Report { kNone, kNotFound, kWrongFormat };
+
+struct Setting {
+    const char* name;
+    void (*prepare)(const ScratchDir& dir);
+    Report report;
+    bool box = false;
+};
+
+void PrintTo(const Setting& s, std::ostream* os) { *os << s.name; }
+
+class MessageFile : public korvs_test::KorvsTest, public ::testing::WithParamInterface<Setting> {
 protected:
     void SetUp() override {
         ::unsetenv("KORVSERRPATH");
         KorvsTest::SetUp();
     }
-    // The text that a caller's hook sees first (an immediate type is seen again, empty,
-    // at the pop) for a code raised in a routine of the caller's.
-    static std::string raised_text(int type, int code) {
-        clear();
-        korvs_e1psh("message_test");
-        korvs_ermes(type, code);
-        korvs_e1pop("message_test");
-        return errors().empty() ? std::string("(nothing raised)") : errors().front().text;
-    }
-    // A directory holding a copy of the built message file (or the writer's output).
-    static void copy_built_file(const ScratchDir& dir) {
-        std::filesystem::copy_file(KORVS_MESSAGE_FILE, dir.file("korvs_e.bin"));
-    }
 };
 
-TEST_F(MessageFile, FoundBesideTheLibraryWithNoSetting) {
-    EXPECT_EQ(raised_text(5, 102), source_record(102).text);
-    EXPECT_EQ(raised_text(4, 499), source_record(499).text);
-    korvs_test::UnitCapture err(3);
+// The first lookup comes from the printer, for the name in the head of a message raised
+// with its own text; the report then must not wait on the printer.
+TEST_P(MessageFile, FirstLookupAndEveryLaterOne) {
+    const Setting& s = GetParam();
+    ScratchDir dir;
+    s.prepare(dir);
+    if (s.box) korvs_error_options(KORVS_SET_PRINT_TYPE, KORVS_PRINT_BOX, 0);
     korvs_error_options(KORVS_SET_PRINT, 3, 1, 0);
-    korvs_e1psh("named_routine");
-    korvs_e1mes(3, 132, "Head only.");
-    korvs_e1pop("named_routine");
-    EXPECT_EQ(err.text(),
-              "\n*** WARNING  Error " + source_record(132).name + " from named_routine.  Head only.\n\n");
-}
-
-TEST_F(MessageFile, CodeAbove99999ReadsTheRecordOfItsRemainder) {
-    EXPECT_EQ(raised_text(5, 100102), source_record(102).text);
-}
-
-TEST_F(MessageFile, CodeWithoutARecordGetsTheFallbackAndItsDigitsAsName) {
-    EXPECT_EQ(raised_text(3, 77), "Error code 77.");
-    korvs_test::UnitCapture err(3);
-    korvs_error_options(KORVS_SET_PRINT, 3, 1, 0);
-    raised_text(3, 78);
-    EXPECT_EQ(err.text(), "\n*** WARNING  Error 78 from message_test.  Error code 78.\n\n");
-}
-
-TEST_F(MessageFile, MissingFileGivesTheFallbackWithOneReport) {
-    ScratchDir empty;
-    ::setenv("KORVSERRPATH", empty.path().c_str(), 1);
     testing::internal::CaptureStderr();
-    EXPECT_EQ(raised_text(5, 102), "Error code 102.");
-    EXPECT_EQ(raised_text(5, 132), "Error code 132.");
-    EXPECT_EQ(raised_text(4, 499), "Error code 499.");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error in reading korvs_e.bin\nFile not found.\n");
-}
-
-TEST_F(MessageFile, ReportInBoxModeGoesToStandardErrorToo) {
-    ScratchDir empty;
-    ::setenv("KORVSERRPATH", empty.path().c_str(), 1);
-    korvs_error_options(KORVS_SET_PRINT_TYPE, KORVS_PRINT_BOX, 0);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(raised_text(5, 102), "Error code 102.");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error in reading korvs_e.bin\nFile not found.\n");
-}
-
-// The first lookup may come from the printer itself, for the name in the head of a
-// message raised with its own text; the report then must not wait on the printer.
-TEST_F(MessageFile, FirstLookupFromTheBoxPrinter) {
-    ScratchDir empty;
-    ::setenv("KORVSERRPATH", empty.path().c_str(), 1);
-    korvs_error_options(KORVS_SET_PRINT_TYPE, KORVS_PRINT_BOX, KORVS_SET_PRINT, 3, 1, 0);
-    testing::internal::CaptureStderr();
-    korvs_e1psh("boxed");
-    korvs_e1mes(3, 9003, "Own text.");
-    korvs_e1pop("boxed");
+    korvs_test::raise_in("named", 3, 132, "Own text.");
+    korvs_error_options(KORVS_SET_PRINT, 3, 0, 0);
+    const bool found = s.report == kNone;
+    for (int code : {102, 499})
+        EXPECT_EQ(raised_text(5, code),
+                  found ? source_record(code).text : "Error code " + std::to_string(code) + ".");
+    const std::string name = found ? source_record(132).name : "132";
+    const std::string reports[] = {"", "Error in reading korvs_e.bin\nFile not found.\n",
+                                   "Error in reading " + dir.file("korvs_e.bin") +
+                                       "\nFile is not in korverr.bin format.\n"};
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "Error in reading korvs_e.bin\nFile not found.\nWARNING Error 9003 from boxed.  Own text.\n");
+              reports[s.report] + (s.box ? "WARNING Error " + name + " from named.  Own text.\n"
+                                         : "\n*** WARNING  Error " + name + " from named.  Own text.\n\n"));
+    if (!found) return;
+    EXPECT_EQ(raised_text(5, 100102), source_record(102).text);  // the record of the remainder
+    EXPECT_EQ(raised_text(3, 77), "Error code 77.");             // a code without a record
 }
 
-TEST_F(MessageFile, FileOfTheOtherByteOrderReadsTheSame) {
-    ScratchDir dir;
-    ASSERT_EQ(korvs_test::run_writer(dir.file("korvs_e.bin"), "--swap"), 0);
-    ::setenv("KORVSERRPATH", dir.path().c_str(), 1);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(raised_text(5, 102), source_record(102).text);
-    EXPECT_EQ(raised_text(4, 499), source_record(499).text);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
+void use_path(const ScratchDir& dir) { ::setenv("KORVSERRPATH", dir.path().c_str(), 1); }
 
-TEST_F(MessageFile, UnsetVariableInThePathIsDroppedWithItsSeparator) {
+INSTANTIATE_TEST_SUITE_P(
+    Settings, MessageFile,
+    ::testing::Values(Setting{"BesideTheLibrary", [](const ScratchDir&) {}, kNone},
+                      Setting{"Missing", use_path, kNotFound},
+                      Setting{"MissingInBoxMode", use_path, kNotFound, true},
+                      Setting{"OtherByteOrder",
+                              [](const ScratchDir& dir) {
+                                  ASSERT_EQ(korvs_test::run_writer(dir.file("korvs_e.bin"), "--swap"), 0);
+                                  use_path(dir);
+                              },
+                              kNone},
+                      Setting{"UnsetVariableDroppedFromThePath",
+                              [](const ScratchDir& dir) {
+                                  copy_built_file(dir);
+                                  ::unsetenv("KORVS_NOPE");
+                                  ::setenv("KORVS_MESSAGES_HERE", dir.path().c_str(), 1);
+                                  ::setenv("KORVSERRPATH",
+                                           "/nonexistent/korvs;$KORVS_NOPE;$KORVS_MESSAGES_HERE", 1);
+                              },
+                              kNone},
+                      Setting{"PathOptionBeforeTheVariable",
+                              [](const ScratchDir& dir) {
+                                  copy_built_file(dir);
+                                  ::setenv("KORVSERRPATH", "/nonexistent", 1);
+                                  korvs_error_options(KORVS_ERROR_MSG_PATH, dir.path().c_str(), 0);
+                              },
+                              kNone},
+                      Setting{"FileNameOptionDoesNotChangeTheName",
+                              [](const ScratchDir& dir) {
+                                  copy_built_file(dir);
+                                  std::filesystem::copy_file(dir.file("korvs_e.bin"), dir.file("other.bin"));
+                                  std::filesystem::resize_file(dir.file("korvs_e.bin"), 0);
+                                  use_path(dir);
+                                  korvs_error_options(KORVS_ERROR_MSG_FILE, "other.bin", 0);
+                              },
+                              kWrongFormat},
+                      Setting{"DamagedFileRefusedWhole",
+                              [](const ScratchDir& dir) {
+                                  std::vector<unsigned char> bytes =
+                                      korvs_test::read_bytes(KORVS_MESSAGE_FILE);
+                                  std::swap(bytes.at(14), bytes.at(16));  // the first two keys out of order
+                                  std::swap(bytes.at(15), bytes.at(17));
+                                  korvs_test::write_bytes(dir.file("korvs_e.bin"), bytes);
+                                  use_path(dir);
+                              },
+                              kWrongFormat}),
+    [](const ::testing::TestParamInfo<Setting>& info) { return std::string(info.param.name); });
+
+// A record once read stays with its thread; another thread reads its own.
+class MessageRecords : public korvs_test::KorvsTest {};
+
+TEST_F(MessageRecords, EachThreadKeepsWhatItReadAndTheFileIsNotTouchedAgain) {
     ScratchDir dir;
     copy_built_file(dir);
-    ::unsetenv("KORVS_NOPE");
-    ::setenv("KORVS_MESSAGES_HERE", dir.path().c_str(), 1);
-    ::setenv("KORVSERRPATH", "/nonexistent/korvs;$KORVS_NOPE;$KORVS_MESSAGES_HERE", 1);
-    EXPECT_EQ(raised_text(5, 102), source_record(102).text);
-}
-
-TEST_F(MessageFile, PathOptionComesBeforeTheVariable) {
-    ScratchDir empty, dir;
-    copy_built_file(dir);
-    ::setenv("KORVSERRPATH", empty.path().c_str(), 1);
-    korvs_error_options(KORVS_ERROR_MSG_PATH, dir.path().c_str(), 0);
-    EXPECT_EQ(raised_text(5, 102), source_record(102).text);
-}
-
-TEST_F(MessageFile, FileNameOptionDoesNotChangeTheName) {
-    ScratchDir dir;
-    copy_built_file(dir);
-    std::filesystem::copy_file(dir.file("korvs_e.bin"), dir.file("other.bin"));
-    std::filesystem::resize_file(dir.file("korvs_e.bin"), 0);
-    ::setenv("KORVSERRPATH", dir.path().c_str(), 1);
-    korvs_error_options(KORVS_ERROR_MSG_FILE, "other.bin", 0);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(raised_text(5, 102), "Error code 102.");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "Error in reading " + dir.file("korvs_e.bin") + "\nFile is not in korverr.bin format.\n");
-}
-
-TEST_F(MessageFile, RepeatedCodeDoesNotTouchTheFile) {
-    ScratchDir dir;
-    copy_built_file(dir);
-    ::setenv("KORVSERRPATH", dir.path().c_str(), 1);
-    EXPECT_EQ(raised_text(5, 102), source_record(102).text);
-    // The open file loses its contents; the record already read in this thread stays.
-    std::filesystem::resize_file(dir.file("korvs_e.bin"), 0);
-    EXPECT_EQ(raised_text(5, 102), source_record(102).text);
-    EXPECT_NE(raised_text(5, 132), source_record(132).text);
-}
-
-TEST_F(MessageFile, EachThreadReadsItsOwnRecords) {
-    ScratchDir dir;
-    copy_built_file(dir);
-    ::setenv("KORVSERRPATH", dir.path().c_str(), 1);
+    use_path(dir);
     korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
     EXPECT_EQ(raised_text(5, 102), source_record(102).text);
     std::string in_thread;
     std::thread other([&] {
         korvs_test::quiet();
-        in_thread = raised_text(5, 132);
+        in_thread = raised_text(4, 499);
     });
     other.join();
-    EXPECT_EQ(in_thread.rfind("The argument ", 0), 0u) << in_thread;
+    EXPECT_EQ(in_thread, source_record(499).text);
+    std::filesystem::resize_file(dir.file("korvs_e.bin"), 0);
     EXPECT_EQ(raised_text(5, 102), source_record(102).text);
-}
-
-// A file that does not hold together is refused as a whole, with one report (the kinds
-// of damage are in message_file_internal_test.cpp).
-TEST_F(MessageFile, DamagedFileIsRefusedWithOneReport) {
-    ScratchDir dir;
-    std::vector<unsigned char> bytes = korvs_test::read_bytes(KORVS_MESSAGE_FILE);
-    ASSERT_GT(bytes.size(), 64u);
-    std::swap(bytes[14], bytes[16]);  // the first two keys, out of order
-    std::swap(bytes[15], bytes[17]);
-    korvs_test::write_bytes(dir.file("korvs_e.bin"), bytes);
-    ::setenv("KORVSERRPATH", dir.path().c_str(), 1);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(raised_text(5, 102), "Error code 102.");
-    EXPECT_EQ(raised_text(5, 132), "Error code 132.");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "Error in reading " + dir.file("korvs_e.bin") + "\nFile is not in korverr.bin format.\n");
+    EXPECT_NE(raised_text(4, 499), source_record(499).text);
 }
 
 }  // namespace

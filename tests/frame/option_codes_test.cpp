@@ -1,21 +1,19 @@
-// The option codes of the public header against the code tables of the routines that
-// use them: a sample from every family, the identifiers known under two codes, and the
-// negative codes of the output settings.
+// Option codes of the public header against the code tables of the routines that use
+// them: a sample from every family, the first codes of the identifiers known under two,
+// and the negative codes of the output settings.
 #include <gtest/gtest.h>
 #include <korvstat.h>
 
 namespace {
 
-struct Code {
-    int value;
-    int expected;
-    const char* name;
-};
+#define KORVS_CODE(id, code)                                                                                 \
+    { id, code, #id }
 
-#define KORVS_CODE(id, code) Code{id, code, #id}
-
-TEST(OptionCodes, SampleFromEveryFamily) {
-    const Code sample[] = {
+TEST(OptionCodes, SampleAgainstTheirTables) {
+    const struct {
+        int value, expected;
+        const char* name;
+    } sample[] = {
         KORVS_CODE(KORVS_RETURN_USER, 14280),
         KORVS_CODE(KORVS_X_COL_DIM, 15470),
         KORVS_CODE(KORVS_ERROR_MSG_FILE, 11400),
@@ -57,30 +55,24 @@ TEST(OptionCodes, SampleFromEveryFamily) {
         KORVS_CODE(KORVS_FACTOR_HESSIAN_USER, 25840),
         KORVS_CODE(KORVS_ERR_REL_ADR, 11500),
         KORVS_CODE(KORVS_PRINT_NONE, 13950),
-    };
-    for (const Code& c : sample) EXPECT_EQ(c.value, c.expected) << c.name;
-}
-
-// An identifier listed under two codes carries the code of the table where it first
-// appears; the routines of the other family accept the second code besides.
-TEST(OptionCodes, IdentifiersWithTwoCodesTakeTheirFirstOne) {
-    const Code first[] = {
-        KORVS_CODE(KORVS_RETURN_COL_DIM, 14260),   KORVS_CODE(KORVS_PRINT, 50110),
-        KORVS_CODE(KORVS_N_OBSERVATIONS, 15640),   KORVS_CODE(KORVS_MAX_ITERATIONS, 13000),
-        KORVS_CODE(KORVS_EXPECTED, 11550),         KORVS_CODE(KORVS_EXPECTED_USER, 11560),
-        KORVS_CODE(KORVS_N_MISSING, 20400),        KORVS_CODE(KORVS_COEF_COVARIANCES_COL_DIM, 11055),
+        KORVS_CODE(KORVS_RETURN_COL_DIM, 14260),
+        KORVS_CODE(KORVS_PRINT, 50110),
+        KORVS_CODE(KORVS_N_OBSERVATIONS, 15640),
+        KORVS_CODE(KORVS_MAX_ITERATIONS, 13000),
+        KORVS_CODE(KORVS_EXPECTED, 11550),
+        KORVS_CODE(KORVS_EXPECTED_USER, 11560),
+        KORVS_CODE(KORVS_N_MISSING, 20400),
+        KORVS_CODE(KORVS_COEF_COVARIANCES_COL_DIM, 11055),
         KORVS_CODE(KORVS_COV_COL_DIM, 15680),
+        KORVS_CODE(KORVS_SET_CENTERING, -1),
+        KORVS_CODE(KORVS_SET_ROW_WRAP, -2),
+        KORVS_CODE(KORVS_SET_PAGING, -3),
+        KORVS_CODE(KORVS_SET_NAN_CHAR, -4),
+        KORVS_CODE(KORVS_SET_TITLE_PAGE, -5),
+        KORVS_CODE(KORVS_SET_FORMAT, -6),
     };
-    for (const Code& c : first) EXPECT_EQ(c.value, c.expected) << c.name;
-}
-
-TEST(OptionCodes, OutputSettingsAreNegative) {
-    const Code settings[] = {
-        KORVS_CODE(KORVS_SET_CENTERING, -1), KORVS_CODE(KORVS_SET_ROW_WRAP, -2),
-        KORVS_CODE(KORVS_SET_PAGING, -3),    KORVS_CODE(KORVS_SET_NAN_CHAR, -4),
-        KORVS_CODE(KORVS_SET_TITLE_PAGE, -5), KORVS_CODE(KORVS_SET_FORMAT, -6),
-    };
-    for (const Code& c : settings) EXPECT_EQ(c.value, c.expected) << c.name;
+    for (const auto& c : sample)
+        EXPECT_EQ(c.value, c.expected) << c.name;
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
-// The layout of printed tables, compared with text written by hand from the layout
-// rules: label styles and their defaults, the title split and centred, wrapped row and
-// column labels, triangles, transposition, strided matrices, column blocks on a narrow
-// page and a matrix of 34 columns, row blocks, form feeds and title repetition.
-// In the default format a column of whole numbers is 2 blanks and a field of 11.
+// The layout of printed tables and lines against text written by hand from the rules:
+// label styles, titles, wrapped labels, triangles, the transpose, strided matrices,
+// column and row blocks, paging; the line writer and the scalar writers. In the default
+// format a column of whole numbers is 2 blanks and a field of 11.
 #include <gtest/gtest.h>
 #include <korvstat.h>
 
@@ -14,18 +13,12 @@
 
 namespace {
 
+using korvs_test::UnitCapture;
 using output_test::lines;
 using output_test::sp;
 using output_test::table;
 
-class Layout : public output_test::OutputTest {
-protected:
-    static void set_page(int width, int length) {
-        korvs_page(-1, &width);
-        korvs_page(-2, &length);
-    }
-    static void set(int option, int value) { korvs_write_options(option, &value); }
-};
+class Layout : public output_test::OutputTest {};
 
 TEST_F(Layout, TitleCentredOnTheTableWithNumberedRowsAndColumns) {
     float a[4] = {1.5f, 2.25f, 3, 4};
@@ -132,14 +125,6 @@ TEST_F(Layout, TheTransposeTakesTheLabelsWithIt) {
     EXPECT_EQ(std::vector<double>(a, a + 6), (std::vector<double>{1, 2, 3, 4, 5, 6}));
 }
 
-TEST_F(Layout, TheCallersMatrixIsBackInItsOrder) {
-    int a[6] = {1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(table("", 2, 3, a), lines({sp(13) + "1" + sp(12) + "2" + sp(12) + "3",
-                                         "1" + sp(12) + "1" + sp(12) + "2" + sp(12) + "3",
-                                         "2" + sp(12) + "4" + sp(12) + "5" + sp(12) + "6"}));
-    EXPECT_EQ(std::vector<int>(a, a + 6), (std::vector<int>{1, 2, 3, 4, 5, 6}));
-}
-
 TEST_F(Layout, AColumnDimensionAboveTheColumnsSkipsTheRest) {
     // The padding would make the choice decimal if it were read.
     float a[6] = {1, 2, 99.5f, 3, 4, 99.5f};
@@ -181,6 +166,7 @@ TEST_F(Layout, TitlesSplitAtNewlinesAndBlanksOrWithinAWord) {
 
 TEST_F(Layout, ColumnsThatDoNotFitTheWidthGoToTheNextBlock) {
     int a[14] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14};
+    const std::vector<int> before(a, a + 14);
     set_page(40, 60);
     // 1 + 3 * 13 = 40 fits, a fourth column does not.
     EXPECT_EQ(table("Wide", 2, 7, a),
@@ -196,29 +182,7 @@ TEST_F(Layout, ColumnsThatDoNotFitTheWidthGoToTheNextBlock) {
                      sp(13) + "7",                                         //
                      "1" + sp(12) + "7",                                   //
                      "2" + sp(11) + "14"}));
-}
-
-TEST_F(Layout, AMatrixOf34ColumnsTakesSevenBlocksOnTheDefaultPage) {
-    std::vector<double> a(2 * 34);
-    for (int k = 0; k < 2 * 34; ++k)
-        a[k] = k;
-    std::string text = table("", 2, 34, a.data());
-    // Blocks of 5 columns (1 + 5 * 13 = 66; 6 would need 79), the last of 4. A block's
-    // first line is its column labels: the first line, and each after an empty one.
-    std::vector<std::string> headers;
-    std::string previous = " ";
-    for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
-        end = text.find('\n', start);
-        std::string line = text.substr(start, end - start);
-        if (previous == " ") headers.push_back(line);
-        previous = line;
-    }
-    ASSERT_EQ(headers.size(), 7u);
-    EXPECT_EQ(headers[0], sp(13) + "1" + sp(12) + "2" + sp(12) + "3" + sp(12) + "4" + sp(12) + "5");
-    EXPECT_EQ(headers[1], sp(13) + "6" + sp(12) + "7" + sp(12) + "8" + sp(12) + "9" + sp(11) + "10");
-    EXPECT_EQ(headers[6], sp(12) + "31" + sp(11) + "32" + sp(11) + "33" + sp(11) + "34");
-    EXPECT_EQ(text.substr(text.size() - 54),
-              "2" + sp(11) + "64" + sp(11) + "65" + sp(11) + "66" + sp(11) + "67\n");
+    EXPECT_EQ(std::vector<int>(a, a + 14), before);  // a dense matrix is turned in place and back
 }
 
 TEST_F(Layout, RowBlocksPrintAllTheirColumnBlocksBeforeTheNextRows) {
@@ -255,9 +219,19 @@ TEST_F(Layout, RowWrapZeroFillsAPage) {
     EXPECT_EQ(text, expected);
 }
 
+int line_count() {
+    int count = 0;
+    korvs_write_options(-KORVS_SET_PAGING, &count);
+    return count;
+}
+
+// Paging on a page of 10 lines: the rows " 1" to "12" of the 12 by 1 table of 1 to 12.
 class Paging : public Layout {
 protected:
-    // The rows " 1" to "12" of the 12 by 1 table of 1 to 12.
+    void SetUp() override {
+        Layout::SetUp();
+        set_page(78, 10);
+    }
     static std::string rows(int from, int to) {
         std::string out;
         for (int i = from; i <= to; ++i) {
@@ -268,54 +242,82 @@ protected:
     }
     int a[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     const std::string title = sp(7) + "T\n";  // on a table 2 + 13 wide
-    static int line_count() {
-        int count = 0;
-        korvs_write_options(-KORVS_SET_PAGING, &count);
-        return count;
-    }
+    const std::string two_rows = lines({sp(6) + "T", "1" + sp(12) + "1", "2" + sp(12) + "2"});
 };
 
-TEST_F(Paging, AFullPageEndsInAFormFeedAndTheTitleRepeats) {
-    set_page(78, 10);
+TEST_F(Paging, AFullPageEndsInAFormFeedAndATableThatDoesNotFitStartsANewOne) {
     set(KORVS_SET_PAGING, 0);
     set(KORVS_SET_TITLE_PAGE, 1);
     EXPECT_EQ(table("T", 12, 1, a), title + rows(1, 9) + "\f" + title + rows(10, 12));
     EXPECT_EQ(line_count(), 4);
-    // The next table of 13 lines does not fit the 6 left: it starts a new page.
     EXPECT_EQ(table("T", 12, 1, a), "\f" + title + rows(1, 9) + "\f" + title + rows(10, 12));
-}
-
-TEST_F(Paging, WithoutTitlePageTheTitleStandsOnTheFirstPageOnly) {
-    set_page(78, 10);
+    set(KORVS_SET_TITLE_PAGE, 0);  // the title on the first page only
     set(KORVS_SET_PAGING, 0);
     EXPECT_EQ(table("T", 12, 1, a), title + rows(1, 9) + "\f" + rows(10, 12));
     EXPECT_EQ(line_count(), 3);
-    // A short table fits the rest of the page (rows numbered with one digit now).
-    EXPECT_EQ(table("T", 2, 1, a), lines({sp(6) + "T", "1" + sp(12) + "1", "2" + sp(12) + "2"}));
+    EXPECT_EQ(table("T", 2, 1, a), two_rows);  // a short table fits the rest of the page
     EXPECT_EQ(line_count(), 6);
-}
-
-TEST_F(Paging, ACountAtThePageEndStartsANewPage) {
-    set_page(78, 10);
-    set(KORVS_SET_PAGING, 9);
-    EXPECT_EQ(table("T", 1, 1, a), "\f" + sp(6) + "T\n" + sp(12) + "1\n");
-    set(KORVS_SET_PAGING, 25);
-    EXPECT_EQ(table("T", 1, 1, a), "\f" + sp(6) + "T\n" + sp(12) + "1\n");
+    for (int count : {9, 25}) {  // a count at or past the page end starts a new page
+        set(KORVS_SET_PAGING, count);
+        EXPECT_EQ(table("T", 1, 1, a), "\f" + sp(6) + "T\n" + sp(12) + "1\n");
+    }
     EXPECT_EQ(line_count(), 2);
 }
 
-TEST_F(Paging, MinusOneGivesAFormFeedBeforeEachTableAndCountsNothing) {
-    set_page(78, 10);
+TEST_F(Paging, MinusOneFormFeedsBeforeEachTableMinusTwoNever) {
     set(KORVS_SET_PAGING, -1);
     EXPECT_EQ(table("T", 12, 1, a), "\f" + title + rows(1, 12));
-    EXPECT_EQ(table("T", 2, 1, a), "\f" + lines({sp(6) + "T", "1" + sp(12) + "1", "2" + sp(12) + "2"}));
+    EXPECT_EQ(table("T", 2, 1, a), "\f" + two_rows);
     EXPECT_EQ(line_count(), -1);
-}
-
-TEST_F(Paging, NoPagingNoFormFeeds) {
-    set_page(78, 10);
+    set(KORVS_SET_PAGING, -2);
     EXPECT_EQ(table("T", 12, 1, a), title + rows(1, 12));
     EXPECT_EQ(line_count(), -2);
+}
+
+// korvs_wrtrl: newlines end lines, pieces of the width, the page count and its form feeds.
+class TextLines : public output_test::OutputTest {
+protected:
+    UnitCapture out_{2};
+};
+
+TEST_F(TextLines, LinesPiecesAndThePage) {
+    korvs_wrtrl("hello\n\nworld is long", 5);
+    korvs_wrtrl("", 10);  // an empty text is one empty line, a final newline opens none
+    korvs_wrtrl("a\n", 10);
+    korvs_wrtrl("exactly10!", 10);
+    korvs_wrtrl(std::string(255, 'x').c_str(), 100);  // the longest text
+    EXPECT_EQ(out_.text(), lines({"hello", " ", "world", " is l", "ong", " ", "a", "exactly10!",
+                                  std::string(100, 'x'), std::string(100, 'x'), std::string(55, 'x')}));
+    EXPECT_EQ(line_count(), -2);  // nothing counted without paging
+    int length = 10, paging = 8;
+    korvs_page(-2, &length);
+    korvs_write_options(KORVS_SET_PAGING, &paging);
+    UnitCapture page(2);
+    korvs_wrtrl("one\ntwo\nthree", 78);
+    EXPECT_EQ(page.text(), "one\ntwo\n\fthree\n");
+    EXPECT_EQ(line_count(), 1);
+    EXPECT_TRUE(errors().empty());
+    expect_errors({
+        {"256 characters", [] { korvs_wrtrl(std::string(256, 'x').c_str(), 100); }, 5, 10011},
+        {"null text", [] { korvs_wrtrl(nullptr, 10); }, 5, 150, "%(l1) %(i1)", "text -1"},
+        {"width 0", [] { korvs_wrtrl("text", 0); }, 5, 603, "%(l1) %(i1) %(i2)", "width 0 1"},
+    });
+    EXPECT_EQ(page.text(), "one\ntwo\n\fthree\n");  // nothing more
+}
+
+// The scalar writers: an empty line, the title centred on the 1 by 1 table, the value.
+TEST_F(TextLines, ScalarWriters) {
+    korvs_wrrrs("x", 1.5f);
+    korvs_dwrrrs("d", 0.125);
+    korvs_wrirs("n", 42);
+    const std::string printed = out_.text();
+    EXPECT_EQ(printed, lines({" ", sp(6) + "x", sp(10) + "1.5", " ", sp(6) + "d", sp(8) + "0.125", " ",
+                              sp(6) + "n", sp(11) + "42"}));
+    expect_errors({
+        {"null title", [] { korvs_wrrrs(nullptr, 1.0f); }, 5, 150, "%(l1)", "title"},
+        {"page too narrow", [] { set_page(10, 60), korvs_wrirs("n", 1); }, 5, 10009},
+    });
+    EXPECT_EQ(out_.text(), printed);  // a failed check prints not even the empty line
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Helpers of the output tests: the write_matrix routine of an element type, a table
-// printed in string mode, and blanks counted out for expected texts written by hand.
+// Helpers of the output tests: the thread's output settings and page at their defaults,
+// a table printed in string mode, and blanks counted out for expected texts.
 #pragma once
 
 #include <korvstat.h>
@@ -13,38 +13,33 @@
 
 namespace output_test {
 
-// The fixture of the output tests: the thread's output settings and page at their
-// defaults, whatever a test run before in the same process left.
 class OutputTest : public korvs_test::KorvsTest {
 protected:
     void SetUp() override {
         korvs_test::KorvsTest::SetUp();
         korvs_write_options(0, nullptr);
-        int width = 78, length = 60;
+        set_page(78, 60);
+    }
+    static void set_page(int width, int length) {
         korvs_page(-1, &width);
         korvs_page(-2, &length);
     }
+    static void set(int option, int value) { korvs_write_options(option, &value); }
 };
 
-template <class T, class... Options>
-void write_matrix(const char* title, int nra, int nca, T* a, Options... options) {
-    if constexpr (std::is_same_v<T, float>) {
-        korvs_f_write_matrix(title, nra, nca, a, options...);
-    } else if constexpr (std::is_same_v<T, double>) {
-        korvs_d_write_matrix(title, nra, nca, a, options...);
-    } else {
-        korvs_i_write_matrix(title, nra, nca, a, options...);
-    }
-}
-
-// The text of a table in string mode, the options given without their final 0:
-// "<null>" when the call stored null for the string, "<untouched>" when it never read
-// the string option (a walk that ended early).
+// The text of a table in string mode, the options given without their final 0: "<null>"
+// when the call stored null, "<untouched>" when the walk ended before the string option.
 template <class T, class... Options>
 std::string table(const char* title, int nra, int nca, T* a, Options... options) {
     static char sentinel;
     char* text = &sentinel;
-    write_matrix(title, nra, nca, a, options..., KORVS_RETURN_STRING, &text, 0);
+    if constexpr (std::is_same_v<T, float>) {
+        korvs_f_write_matrix(title, nra, nca, a, options..., KORVS_RETURN_STRING, &text, 0);
+    } else if constexpr (std::is_same_v<T, double>) {
+        korvs_d_write_matrix(title, nra, nca, a, options..., KORVS_RETURN_STRING, &text, 0);
+    } else {
+        korvs_i_write_matrix(title, nra, nca, a, options..., KORVS_RETURN_STRING, &text, 0);
+    }
     if (text == &sentinel) return "<untouched>";
     if (!text) return "<null>";
     std::string out = text;

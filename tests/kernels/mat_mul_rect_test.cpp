@@ -1,12 +1,11 @@
-// korvs_f_mat_mul_rect: every expression form against a reference product computed in
-// long double from the row-major operands, the layout of the answer, and the option
-// list through this routine (defaults, positions of unknown codes, null arrays, the
-// later of two settings, column dimensions) with its error codes and inserts.
+// korvs_f_mat_mul_rect: every expression form against a long double product of the
+// row-major operands, the layout of the answer, and its option list with its errors.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <type_traits>
 
@@ -23,8 +22,6 @@ template <class T, class... Args> T* mat_mul(const char* expression, Args... arg
     }
 }
 
-using korvs_test::inserts;
-
 struct Dense {
     int rows = 0, cols = 0;
     std::vector<long double> v;
@@ -35,10 +32,8 @@ template <class T> Dense dense(int rows, int cols, int col_dim, const T* data, b
     Dense d{transposed ? cols : rows, transposed ? rows : cols, {}};
     d.v.resize(std::size_t(d.rows) * d.cols);
     for (int i = 0; i < rows; ++i)
-        for (int j = 0; j < cols; ++j) {
-            long double e = data[std::size_t(i) * col_dim + j];
-            if (transposed) d.at(j, i) = e; else d.at(i, j) = e;
-        }
+        for (int j = 0; j < cols; ++j)
+            (transposed ? d.at(j, i) : d.at(i, j)) = data[std::size_t(i) * col_dim + j];
     return d;
 }
 
@@ -46,7 +41,8 @@ Dense multiply(Dense a, Dense b) {
     Dense p{a.rows, b.cols, std::vector<long double>(std::size_t(a.rows) * b.cols, 0.0L)};
     for (int i = 0; i < a.rows; ++i)
         for (int j = 0; j < b.cols; ++j)
-            for (int l = 0; l < a.cols; ++l) p.at(i, j) += a.at(i, l) * b.at(l, j);
+            for (int l = 0; l < a.cols; ++l)
+                p.at(i, j) += a.at(i, l) * b.at(l, j);
     return p;
 }
 
@@ -80,8 +76,8 @@ protected:
         return p;
     }
     T* all(const char* expression) {
-        return mat_mul<T>(expression, KORVS_A_MATRIX, 3, 4, a.data(), KORVS_A_COL_DIM, 6, KORVS_B_MATRIX, 4, 3,
-                          b.data(), KORVS_X_VECTOR, 3, x.data(), KORVS_Y_VECTOR, 4, y.data(), 0);
+        return mat_mul<T>(expression, KORVS_A_MATRIX, 3, 4, a.data(), KORVS_A_COL_DIM, 6, KORVS_B_MATRIX, 4,
+                          3, b.data(), KORVS_X_VECTOR, 3, x.data(), KORVS_Y_VECTOR, 4, y.data(), 0);
     }
 };
 using Types = ::testing::Types<float, double>;
@@ -89,16 +85,16 @@ TYPED_TEST_SUITE(MatMulRect, Types);
 
 TYPED_TEST(MatMulRect, EveryExpressionFormMatchesTheReferenceProduct) {
     using T = TypeParam;
-    const char* expressions[] = {
-        "A", "trans(A)", "x", "trans(y)", "B",                                    // one operand
-        "A*B", "B*A", "trans(A)*trans(B)", "trans(B)*trans(A)", "trans(A)*A",     // two matrices
-        "A*y", "trans(A)*x", "B*x", "trans(B)*y", "trans(x)*A", "trans(y)*trans(A)", "trans(x)*trans(B)",
-        "trans(x)*x", "trans(y)*y", "x*trans(y)", "y*trans(x)",                 // inner and outer
-        "trans(x)*A*y", "A*B*x", "trans(y)*B*A", "B*A*B", "trans(A)*x*trans(x)", "x*trans(y)*B", "A*trans(A)*x",
-    };
-    for (const char* e : expressions) {
+    const auto a = this->a, b = this->b, x = this->x;
+    // One operand; two matrices; a matrix and a vector; inner and outer products; three.
+    std::istringstream expressions(
+        "A trans(A) x trans(y) B A*B B*A trans(A)*trans(B) trans(B)*trans(A) trans(A)*A A*y trans(A)*x B*x "
+        "trans(B)*y trans(x)*A trans(y)*trans(A) trans(x)*trans(B) trans(x)*x trans(y)*y x*trans(y) "
+        "y*trans(x) "
+        "trans(x)*A*y A*B*x trans(y)*B*A B*A*B trans(A)*x*trans(x) x*trans(y)*B A*trans(A)*x");
+    for (std::string e; expressions >> e;) {
         this->clear();
-        T* r = this->all(e);
+        T* r = this->all(e.c_str());
         ASSERT_NE(r, nullptr) << e;
         Dense want = this->reference(e);
         for (int i = 0; i < want.rows; ++i)
@@ -108,6 +104,9 @@ TYPED_TEST(MatMulRect, EveryExpressionFormMatchesTheReferenceProduct) {
         EXPECT_TRUE(this->errors().empty()) << e;
         std::free(r);
     }
+    EXPECT_EQ(a, this->a);  // the operands are read, never written
+    EXPECT_EQ(b, this->b);
+    EXPECT_EQ(x, this->x);
 }
 
 // Vectors of length 1: x*y is an outer product of two 1-vectors and goes the general
@@ -123,45 +122,44 @@ TYPED_TEST(MatMulRect, VectorsOfLengthOne) {
     }
 }
 
+// The answer's rows lie the return column dimension apart, the places behind them cleared.
 TYPED_TEST(MatMulRect, AnswerRowsFollowTheReturnColumnDimension) {
     using T = TypeParam;
-    T* r = mat_mul<T>("A*B", KORVS_A_MATRIX, 3, 4, this->a.data(), KORVS_A_COL_DIM, 6, KORVS_B_MATRIX, 4, 3,
-                      this->b.data(), KORVS_RETURN_COL_DIM, 5, 0);
-    ASSERT_NE(r, nullptr);
-    Dense want = this->reference("A*B");
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) EXPECT_NEAR(r[i * 5 + j], (T)want.at(i, j), 16 * std::numeric_limits<T>::epsilon());
-        EXPECT_EQ(r[i * 5 + 3], T(0));
-        EXPECT_EQ(r[i * 5 + 4], T(0));
+    T *a = this->a.data(), *x = this->x.data(), *y = this->y.data(), column[6], scalar[3] = {7, 7, 7};
+    const struct {
+        const char* e;
+        int col_dim;
+        T* r;
+    } cases[] = {
+        {"A*B", 5,
+         mat_mul<T>("A*B", KORVS_A_MATRIX, 3, 4, a, KORVS_A_COL_DIM, 6, KORVS_B_MATRIX, 4, 3, this->b.data(),
+                    KORVS_RETURN_COL_DIM, 5, 0)},
+        {"A*y", 2,
+         mat_mul<T>("A*y", KORVS_A_MATRIX, 3, 4, a, KORVS_A_COL_DIM, 6, KORVS_Y_VECTOR, 4, y,
+                    KORVS_RETURN_USER, column, KORVS_RETURN_COL_DIM, 2, 0)},
+        {"trans(x)*A*y", 3,
+         mat_mul<T>("trans(x)*A*y", KORVS_A_MATRIX, 3, 4, a, KORVS_A_COL_DIM, 6, KORVS_X_VECTOR, 3, x,
+                    KORVS_Y_VECTOR, 4, y, KORVS_RETURN_USER, scalar, KORVS_RETURN_COL_DIM, 3, 0)},
+    };
+    EXPECT_EQ(cases[1].r, column);
+    EXPECT_EQ(cases[2].r, scalar);
+    for (const auto& c : cases) {
+        ASSERT_NE(c.r, nullptr) << c.e;
+        Dense want = this->reference(c.e);
+        for (int i = 0; i < want.rows; ++i)
+            for (int j = 0; j < c.col_dim; ++j)
+                EXPECT_NEAR(c.r[i * c.col_dim + j], j < want.cols ? (T)want.at(i, j) : T(0),
+                            16 * std::numeric_limits<T>::epsilon())
+                    << c.e << " (" << i << ", " << j << ")";
     }
-    std::free(r);
-    // A column answer with column dimension 2: each element heads its row.
-    T user[6];
-    T* c = mat_mul<T>("A*y", KORVS_A_MATRIX, 3, 4, this->a.data(), KORVS_A_COL_DIM, 6, KORVS_Y_VECTOR, 4,
-                      this->y.data(), KORVS_RETURN_USER, user, KORVS_RETURN_COL_DIM, 2, 0);
-    EXPECT_EQ(c, user);
-    want = this->reference("A*y");
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_NEAR(user[2 * i], (T)want.at(i, 0), 16 * std::numeric_limits<T>::epsilon());
-        EXPECT_EQ(user[2 * i + 1], T(0));
-    }
-    // The scalar of trans(x)*A*y with two cleared places behind it.
-    T row[3] = {7, 7, 7};
-    T* s = mat_mul<T>("trans(x)*A*y", KORVS_A_MATRIX, 3, 4, this->a.data(), KORVS_A_COL_DIM, 6, KORVS_X_VECTOR, 3,
-                      this->x.data(), KORVS_Y_VECTOR, 4, this->y.data(), KORVS_RETURN_USER, row,
-                      KORVS_RETURN_COL_DIM, 3, 0);
-    EXPECT_EQ(s, row);
-    EXPECT_NEAR(row[0], (T)this->reference("trans(x)*A*y").at(0, 0), 16 * std::numeric_limits<T>::epsilon());
-    EXPECT_EQ(row[1], T(0));
-    EXPECT_EQ(row[2], T(0));
+    std::free(cases[0].r);
 }
 
 TYPED_TEST(MatMulRect, OnlySixCharactersAndTheLetterOfATransposeCount) {
     using T = TypeParam;
     T* r = mat_mul<T>("trans(A]", KORVS_A_MATRIX, 3, 4, this->a.data(), KORVS_A_COL_DIM, 6, 0);
     T* s = mat_mul<T>("trans(A)", KORVS_A_MATRIX, 3, 4, this->a.data(), KORVS_A_COL_DIM, 6, 0);
-    ASSERT_NE(r, nullptr);
-    ASSERT_NE(s, nullptr);
+    ASSERT_TRUE(r && s);
     EXPECT_EQ(std::vector<T>(r, r + 12), std::vector<T>(s, s + 12));
     std::free(r);
     std::free(s);
@@ -171,96 +169,65 @@ TYPED_TEST(MatMulRect, TheLaterOfTwoSettingsWins) {
     using T = TypeParam;
     std::vector<T> other(3 * 6, T(0));
     // A column dimension of 2 alone would be refused; a matrix given twice is the later one.
-    T* r = mat_mul<T>("A", KORVS_A_COL_DIM, 2, KORVS_A_MATRIX, 3, 4, other.data(), KORVS_A_MATRIX, 3, 4,
-                      this->a.data(), KORVS_A_COL_DIM, 6, KORVS_RETURN_COL_DIM, 9, KORVS_RETURN_COL_DIM, 4, 0);
+    T* r =
+        mat_mul<T>("A", KORVS_A_COL_DIM, 2, KORVS_A_MATRIX, 3, 4, other.data(), KORVS_A_MATRIX, 3, 4,
+                   this->a.data(), KORVS_A_COL_DIM, 6, KORVS_RETURN_COL_DIM, 9, KORVS_RETURN_COL_DIM, 4, 0);
     ASSERT_NE(r, nullptr);
     EXPECT_TRUE(this->errors().empty());
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 4; ++j) EXPECT_EQ(r[i * 4 + j], this->a[i * 6 + j]);
+    for (int i = 0; i < 12; ++i)
+        EXPECT_EQ(r[i], this->a[i / 4 * 6 + i % 4]);
     std::free(r);
 }
 
-TYPED_TEST(MatMulRect, AnEmptyListGivesDefaultsAndNoOperand) {
+// The walk reports an unknown code by position and reads the next item as a code (a value
+// read as a code would be reported last); a code below 1 ends it. Null arrays are refused
+// during the walk; a failure after the caller's array was given still returns null.
+TYPED_TEST(MatMulRect, ErrorsOfTheListTheShapesAndTheExpression) {
     using T = TypeParam;
-    EXPECT_EQ(mat_mul<T>(nullptr, 0), nullptr);  // no expression: no answer, no message
-    EXPECT_TRUE(this->errors().empty());
-    EXPECT_EQ(mat_mul<T>("A", 0), nullptr);
-    EXPECT_TRUE(this->only_raised(5, 20152));
-    EXPECT_EQ(inserts("%(l1)"), "A");
-}
-
-TYPED_TEST(MatMulRect, UnknownCodesAreReportedByPositionAndTheWalkGoesOn) {
-    using T = TypeParam;
-    EXPECT_EQ(mat_mul<T>("A", 99999, 0), nullptr);
-    EXPECT_TRUE(this->only_raised(5, 103));
-    EXPECT_EQ(inserts("%(i1) at %(i2)"), "99999 at 2");
-    this->clear();
-    // After an unknown code the next item is read as a code: here a known one, taken
-    // with its value (were the value read as a code, it would be reported last).
-    EXPECT_EQ(mat_mul<T>("A", KORVS_A_MATRIX, 3, 4, this->a.data(), 12345, KORVS_A_COL_DIM, 6, 0), nullptr);
-    EXPECT_TRUE(this->only_raised(5, 103));
-    EXPECT_EQ(inserts("%(i1) at %(i2)"), "12345 at 6");
-    this->clear();
-    // A code below 1 ends the walk: the matrix behind it is never read.
-    EXPECT_EQ(mat_mul<T>("A", -4, KORVS_A_MATRIX, 3, 4, this->a.data(), 0), nullptr);
-    EXPECT_TRUE(this->only_raised(5, 103));
-    EXPECT_EQ(inserts("%(i1) at %(i2)"), "-4 at 2");
-}
-
-TYPED_TEST(MatMulRect, NullArraysAreRefusedDuringTheWalk) {
-    using T = TypeParam;
-    EXPECT_EQ(mat_mul<T>("A", KORVS_A_MATRIX, 2, 2, static_cast<T*>(nullptr), 0), nullptr);
-    EXPECT_TRUE(this->only_raised(5, 104));
-    EXPECT_EQ(inserts("%(l1) %(l2)"), "A KORVS_A_MATRIX");
-    this->clear();
-    EXPECT_EQ(mat_mul<T>("x", KORVS_X_VECTOR, 3, this->x.data(), KORVS_RETURN_USER, static_cast<T*>(nullptr), 0),
-              nullptr);
-    EXPECT_TRUE(this->only_raised(5, 104));
-    EXPECT_EQ(inserts("%(l1) %(l2)"), "ans KORVS_RETURN_USER");
-}
-
-TYPED_TEST(MatMulRect, ErrorsOfShapeAndExpressionWithTheirInserts) {
-    using T = TypeParam;
-    struct Case {
-        const char* expression;
-        int a_col_dim, return_col_dim, code;
-        const char *text, *inserts;
-    } cases[] = {
-        {"A", 3, -1, 1024, "%(l1) %(i1) %(i2)", "A 4 3"},
-        {"A*B*x*y", 6, -1, 20151, "%(l1)", "A*B*x*y"},
-        {"C", 6, -1, 20151, "%(l1)", "C"},
-        {"a*B", 6, -1, 20151, "%(l1)", "a*B"},
-        {"trans(A", 6, -1, 20151, "%(l1)", "trans(A"},
-        {"A**B", 6, -1, 20151, "%(l1)", "A**B"},
-        {"", 6, -1, 20151, "%(l1)", ""},
-        {"A*B", 6, 2, 20150, "%(i1) %(i2) %(l1)", "2 3 A*B"},
-        {"A*A", 6, -1, 20153, "%(i1) %(i2) %(i3) %(i4)", "3 4 3 4"},
-        {"A*B*B", 6, -1, 20154, "%(i1) %(i2) %(i3) %(i4) %(i5) %(i6)", "3 4 4 3 4 3"},
+    T *a = this->a.data(), *b = this->b.data(), *x = this->x.data(), *y = this->y.data(), *none = nullptr;
+    auto with = [=](const char* e, int a_col_dim, int return_col_dim) {
+        return [=] {
+            EXPECT_EQ(mat_mul<T>(e, KORVS_A_MATRIX, 3, 4, a, KORVS_A_COL_DIM, a_col_dim, KORVS_B_MATRIX, 4, 3,
+                                 b, KORVS_X_VECTOR, 3, x, KORVS_Y_VECTOR, 4, y, KORVS_RETURN_COL_DIM,
+                                 return_col_dim, 0),
+                      nullptr);
+        };
     };
-    for (const Case& c : cases) {
-        this->clear();
-        T* r = mat_mul<T>(c.expression, KORVS_A_MATRIX, 3, 4, this->a.data(), KORVS_A_COL_DIM, c.a_col_dim,
-                          KORVS_B_MATRIX, 4, 3, this->b.data(), KORVS_X_VECTOR, 3, this->x.data(), KORVS_Y_VECTOR, 4,
-                          this->y.data(), KORVS_RETURN_COL_DIM, c.return_col_dim, 0);
-        EXPECT_EQ(r, nullptr) << c.expression;
-        EXPECT_TRUE(this->only_raised(5, c.code)) << c.expression;
-        EXPECT_EQ(inserts(c.text), c.inserts) << c.expression;
-    }
-    // A failure after the caller's array was given still returns null.
     T user[16];
-    this->clear();
-    EXPECT_EQ(mat_mul<T>("A*A", KORVS_A_MATRIX, 3, 4, this->a.data(), KORVS_A_COL_DIM, 6, KORVS_RETURN_USER, user, 0),
-              nullptr);
-    EXPECT_TRUE(this->only_raised(5, 20153));
-}
-
-// The operands are read, never written, unless the answer shares their storage.
-TYPED_TEST(MatMulRect, OperandsAreLeftAsTheyWere) {
-    auto a = this->a, b = this->b, x = this->x;
-    std::free(this->all("A*B*x"));
-    EXPECT_EQ(a, this->a);
-    EXPECT_EQ(b, this->b);
-    EXPECT_EQ(x, this->x);
+    this->expect_errors({
+        {"no expression", [] { EXPECT_EQ(mat_mul<T>(nullptr, 0), nullptr); }},
+        {"no operand", [] { EXPECT_EQ(mat_mul<T>("A", 0), nullptr); }, 5, 20152, "%(l1)", "A"},
+        {"unknown code", [] { EXPECT_EQ(mat_mul<T>("A", 99999, 0), nullptr); }, 5, 103, "%(i1) at %(i2)",
+         "99999 at 2"},
+        {"unknown code, the walk goes on",
+         [=] { EXPECT_EQ(mat_mul<T>("A", KORVS_A_MATRIX, 3, 4, a, 12345, KORVS_A_COL_DIM, 6, 0), nullptr); },
+         5, 103, "%(i1) at %(i2)", "12345 at 6"},
+        {"code below 1", [=] { EXPECT_EQ(mat_mul<T>("A", -4, KORVS_A_MATRIX, 3, 4, a, 0), nullptr); }, 5, 103,
+         "%(i1) at %(i2)", "-4 at 2"},
+        {"null matrix", [=] { EXPECT_EQ(mat_mul<T>("A", KORVS_A_MATRIX, 2, 2, none, 0), nullptr); }, 5, 104,
+         "%(l1) %(l2)", "A KORVS_A_MATRIX"},
+        {"null answer",
+         [=] { EXPECT_EQ(mat_mul<T>("x", KORVS_X_VECTOR, 3, x, KORVS_RETURN_USER, none, 0), nullptr); }, 5,
+         104, "%(l1) %(l2)", "ans KORVS_RETURN_USER"},
+        {"column dimension", with("A", 3, -1), 5, 1024, "%(l1) %(i1) %(i2)", "A 4 3"},
+        {"four operands", with("A*B*x*y", 6, -1), 5, 20151, "%(l1)", "A*B*x*y"},
+        {"unknown operand", with("C", 6, -1), 5, 20151, "%(l1)", "C"},
+        {"lower-case matrix", with("a*B", 6, -1), 5, 20151, "%(l1)", "a*B"},
+        {"unclosed", with("trans(A", 6, -1), 5, 20151, "%(l1)", "trans(A"},
+        {"empty factor", with("A**B", 6, -1), 5, 20151, "%(l1)", "A**B"},
+        {"empty", with("", 6, -1), 5, 20151, "%(l1)", ""},
+        {"answer rows", with("A*B", 6, 2), 5, 20150, "%(i1) %(i2) %(l1)", "2 3 A*B"},
+        {"two matrices", with("A*A", 6, -1), 5, 20153, "%(i1) %(i2) %(i3) %(i4)", "3 4 3 4"},
+        {"three matrices", with("A*B*B", 6, -1), 5, 20154, "%(i1) %(i2) %(i3) %(i4) %(i5) %(i6)",
+         "3 4 4 3 4 3"},
+        {"after the caller's array",
+         [&] {
+             EXPECT_EQ(
+                 mat_mul<T>("A*A", KORVS_A_MATRIX, 3, 4, a, KORVS_A_COL_DIM, 6, KORVS_RETURN_USER, user, 0),
+                 nullptr);
+         },
+         5, 20153},
+    });
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <korvstat.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,34 @@ inline void record_hook(int type, int code, const char* text) {
 
 // Print and Stop off for the types 1 to 7 in the calling thread.
 inline void quiet() {
-    for (int type = 1; type <= 7; ++type) korvs_error_options(KORVS_SET_PRINT, type, 0, KORVS_SET_STOP, type, 0, 0);
+    for (int type = 1; type <= 7; ++type)
+        korvs_error_options(KORVS_SET_PRINT, type, 0, KORVS_SET_STOP, type, 0, 0);
 }
+
+// A routine of the caller's own raising one message, as library routines do.
+inline void raise_in(const char* routine, int type, int code, const char* text) {
+    korvs_e1psh(routine);
+    korvs_e1mes(type, code, text);
+    korvs_e1pop(routine);
+}
+
+// The inserts left by the last message, read back through a message of the caller's
+// own: inserts("%(i1) %(r2%.9g) %(l1)").
+inline std::string inserts(const char* text) {
+    raised.clear();
+    raise_in("peek", 3, 1, text);
+    return raised.empty() ? "" : raised.back().text;
+}
+
+// A row of an error table: a call, the one (type, code) it raises (0: nothing) and
+// the inserts it leaves, read through the placeholders.
+struct ErrorCase {
+    std::string what;
+    std::function<void()> call;
+    int type = 0, code = 0;
+    const char* placeholders = "";
+    const char* inserts = "";
+};
 
 class KorvsTest : public ::testing::Test {
 protected:
@@ -50,19 +77,25 @@ protected:
             seen += " (" + std::to_string(r.type) + ", " + std::to_string(r.code) + ")";
         }
         if (all_match) return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << "expected only (" << type << ", " << code << "); seen:" << seen;
+        return ::testing::AssertionFailure()
+               << "expected only (" << type << ", " << code << "); seen:" << seen;
+    }
+    // Each row of an error table in turn.
+    static void expect_errors(const std::vector<ErrorCase>& cases) {
+        for (const ErrorCase& c : cases) {
+            clear();
+            c.call();
+            if (c.code == 0) {
+                EXPECT_TRUE(errors().empty()) << c.what;
+                continue;
+            }
+            EXPECT_TRUE(only_raised(c.type, c.code)) << c.what;
+            if (c.placeholders[0]) {
+                EXPECT_EQ(inserts(c.placeholders), c.inserts) << c.what;
+            }
+        }
     }
 };
-
-// The inserts left by the last message, read back through a message of the caller's
-// own: inserts("%(i1) %(r2%.9g) %(l1)").
-inline std::string inserts(const char* text) {
-    raised.clear();
-    korvs_e1psh("peek");
-    korvs_e1mes(3, 1, text);
-    korvs_e1pop("peek");
-    return raised.empty() ? "" : raised.back().text;
-}
 
 // Captures what the library writes on a logical unit into a string.
 class UnitCapture {
@@ -80,7 +113,8 @@ public:
         std::fflush(file_);
         std::string out;
         std::rewind(file_);
-        for (int ch; (ch = std::fgetc(file_)) != EOF;) out.push_back(static_cast<char>(ch));
+        for (int ch; (ch = std::fgetc(file_)) != EOF;)
+            out.push_back(static_cast<char>(ch));
         return out;
     }
 

@@ -45,6 +45,15 @@ inline std::vector<MessageRecord> read_message_source(const std::string& dir = K
     return records;
 }
 
+// The record of a code in the source; an empty record when there is none.
+inline const MessageRecord& source_record(long code) {
+    static const std::vector<MessageRecord> records = read_message_source();
+    for (const MessageRecord& r : records)
+        if (r.code == code) return r;
+    static const MessageRecord none{};
+    return none;
+}
+
 // A directory of its own under the system's temporary directory, removed at the end.
 class ScratchDir {
 public:
