@@ -5,6 +5,7 @@
 // sum of the reversed distribution.
 #include <cmath>
 
+#include "discrete.hpp"
 #include "distributions.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
@@ -35,13 +36,7 @@ template <class T> void l_binomial_cdf(int k, int n, T p, bool cdf, T* result) {
         korvs_ermes(5, 9059);
     }
     if (korvs_n1rty(0) == 5) return;
-    if (k < 0) {
-        korvs_e1stl(1, "k");
-        korvs_e1sti(1, k);
-        korvs_ermes(1, 9054);
-        *result = T(0);
-        return;
-    }
+    if (negative_count(k, result)) return;
     if (k > n) {
         korvs_e1sti(1, k);
         korvs_e1sti(2, n);

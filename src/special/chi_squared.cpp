@@ -112,11 +112,7 @@ template <class T> void l_chi_squared_inverse_cdf(T p, T df, T* result) {
     const T start = std::max(T(0), df * root * root * root);
     static constexpr QuantileCodes codes{9052, 3, 9053, 3};
     *result = find_quantile([df](T x) { return api::chi_squared_cdf(x, df); }, p, start, T(0), codes,
-                            [p](T a, T b) {
-                                insert_real(1, a);
-                                insert_real(2, b);
-                                insert_real(3, p);
-                            });
+                            bracket_inserts(p));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "discrete.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
 #include "korvstat.h"
@@ -56,13 +57,7 @@ template <class T> void l_hypergeometric_cdf(int k, int sample, int defectives, 
         korvs_ermes(4, 9062);
         return;
     }
-    if (k < 0) {
-        korvs_e1stl(1, "k");
-        korvs_e1sti(1, k);
-        korvs_ermes(1, 9054);
-        *result = T(0);
-        return;
-    }
+    if (negative_count(k, result)) return;
     if (k > sample) {
         korvs_e1sti(1, k);
         korvs_e1sti(2, sample);

@@ -145,12 +145,7 @@ template <class T> void l_csnin(T p, T df, T delta, T* result) {
     if (korvs_n1rty(0) > 3) return;
     static constexpr QuantileCodes codes{30064, 3, 30065, 3};
     *result = find_quantile([df, delta](T x) { return api::non_central_chi_sq(x, df, delta); }, p, start,
-                            T(0), codes,
-                            [p](T a, T b) {
-                                insert_real(1, a);
-                                insert_real(2, b);
-                                insert_real(3, p);
-                            });
+                            T(0), codes, bracket_inserts(p));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "api.hpp"
+#include "discrete.hpp"
 #include "distributions.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
@@ -90,13 +91,7 @@ template <class T> void l_poisson_cdf(int k, T theta, T* result) {
         korvs_ermes(5, 9064);
         return;
     }
-    if (k < 0) {
-        korvs_e1stl(1, "k");
-        korvs_e1sti(1, k);
-        korvs_ermes(1, 9054);
-        *result = T(0);
-        return;
-    }
+    if (negative_count(k, result)) return;
     const T eps = mach<T>::eps;
     if (theta < eps) {
         *result = T(1);

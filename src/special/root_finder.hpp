@@ -29,6 +29,15 @@ struct QuantileCodes {
 // cdf(x) gives F(x); lower is the lower end of the support, where F is 0 (below it F is
 // not called), or -infinity. no_bracket_inserts(a, b) fills the inserts of the first
 // failure from the ends of the last step.
+// The usual inserts of the first failure: reals 1, 2 = the ends of the last step, 3 = p.
+template <class T> auto bracket_inserts(T p) {
+    return [p](T a, T b) {
+        insert_real(1, a);
+        insert_real(2, b);
+        insert_real(3, p);
+    };
+}
+
 template <class T, class Cdf, class Inserts>
 T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inserts no_bracket_inserts) {
     const T tol = 10 * mach<T>::eps;
