@@ -2,10 +2,11 @@
 // and a safeguarded secant, as the chi-squared and the non-central inverses use it. From
 // a start x1 a second point 1.05 x1 (or x1 + 0.05 near 0) gives the slope; steps of
 // -2 (F(x1) - p)/max(slope, 0.01) doubled up to 100 times find a change of sign; then up
-// to 100 rounds of regula falsi on the bracket, with bisection after a round that did not
+// to 100 rounds of regula falsi on the bracket, with bisection where two rounds did not
 // halve it, until the bracket is within 10 eps of its middle.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 
 #include "frame/mach.hpp"
@@ -96,20 +97,27 @@ T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inse
     // The secant runs on weights that are the ends' values, except that an end kept in
     // two secant rounds running has its weight halved (the Illinois rule, M. Dowell and
     // P. Jarratt, 1971): regula falsi then no longer creeps up on the root from one side.
-    // A secant round that does not halve the bracket is followed by two bisections, on
-    // the logarithm while the bracket spans more than a factor 16: a jump of F is found
-    // as fast as a root.
+    // Where two rounds have not halved the bracket, two bisections follow, on the logarithm
+    // while the bracket spans more than a factor 16: a jump of F is found as fast as a
+    // root.
     T wl = fl, wu = fu;
     int kept = 0;  // -1: the lower end was kept in the last secant round, 1: the upper
     int bisections_due = 0;
+    T previous_width = mach<T>::inf;  // the bracket's width before the last round
     for (int round = 0; round < codes.rounds; ++round) {
         const T mid = (xl + xu) / 2, width = xu - xl;
         if (mid != 0 ? std::abs(width / mid) < tol : std::abs(width) < tol) return mid;
         const bool secant = bisections_due == 0;
         T x = mid;
         if (secant) {
-            const T s = xl - wl * (xu - xl) / (wu - wl);
-            if (s > xl && s < xu) x = s;
+            // A secant point is kept at least 0.4 tol of the middle from either end (the
+            // rule of R. P. Brent, Algorithms for Minimization without Derivatives, 1973):
+            // once it lies that close to the root, the next point falls beyond the root
+            // and closes the bracket, where a point on the same side would shrink it only
+            // by the distance to the root.
+            const T guard = T(0.4) * tol * (mid != 0 ? std::abs(mid) : T(1));
+            T s = xl - wl * (xu - xl) / (wu - wl);
+            if (s > xl && s < xu) x = std::min(std::max(s, xl + guard), xu - guard);
         } else if (xl > 0 && xu > 16 * xl) {
             x = std::sqrt(xl) * std::sqrt(xu);
         } else if (xu < 0 && xl < 16 * xu) {
@@ -131,9 +139,10 @@ T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inse
         }
         if (!secant) {
             --bisections_due;
-        } else if (xu - xl > width / 2) {
+        } else if (xu - xl > previous_width / 2) {
             bisections_due = 2;
         }
+        previous_width = width;
     }
     const T mid = (xl + xu) / 2;
     insert_real(1, p);
