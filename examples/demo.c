@@ -1,5 +1,6 @@
-/* The korvstat demo: the version strings, the machine constants printed as tables, and
- * the error runtime at work on a bad argument. */
+/* The korvstat demo: the version strings, the machine constants printed as tables, a
+ * table of Student's t quantiles with the probabilities they come back to, and the error
+ * runtime at work on a bad argument. */
 #include <korvstat.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -37,6 +38,26 @@ int main(void) {
      * to the %W choice, which takes whole numbers below 2147483647 only.) */
     korvs_i_write_matrix("\nInteger machine table", 1, 13, integers, KORVS_COL_NUMBER_ZERO, KORVS_WRITE_FORMAT,
                          "%10d", 0);
+
+    /* The upper critical values of Student's t, as a printed table would give them, and
+     * the distribution function taken back at each: the probabilities come back. */
+    enum { N_DF = 8, N_P = 5 };
+    static const int dfs[N_DF] = {1, 2, 3, 5, 10, 20, 30, 120};
+    static const double ps[N_P] = {0.9, 0.95, 0.975, 0.99, 0.995};
+    const char *df_labels[N_DF] = {"1", "2", "3", "5", "10", "20", "30", "120"};
+    const char *p_labels[N_P] = {"0.9", "0.95", "0.975", "0.99", "0.995"};
+    double quantiles[N_DF * N_P], back[N_DF * N_P];
+    for (int i = 0; i < N_DF; ++i) {
+        for (int j = 0; j < N_P; ++j) {
+            quantiles[i * N_P + j] = korvs_d_t_inverse_cdf(ps[j], dfs[i]);
+            back[i * N_P + j] = korvs_d_t_cdf(quantiles[i * N_P + j], dfs[i]);
+        }
+    }
+    korvs_d_write_matrix("\nStudent's t: the quantile t with P(T <= t) = p, by degrees of freedom", N_DF, N_P,
+                         quantiles, KORVS_ROW_LABELS, df_labels, KORVS_COL_LABELS, p_labels, KORVS_WRITE_FORMAT,
+                         "%10.4f", 0);
+    korvs_d_write_matrix("\nP(T <= t) at those quantiles", N_DF, N_P, back, KORVS_ROW_LABELS, df_labels,
+                         KORVS_COL_LABELS, p_labels, KORVS_WRITE_FORMAT, "%10.6f", 0);
 
     /* A TERMINAL error ends the process by default. With the Stop switch of type 5 off,
      * the message is printed and the program goes on. */
