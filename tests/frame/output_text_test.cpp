@@ -1,10 +1,13 @@
-// The layout of printed tables and lines against text written by hand from the rules:
-// titles, label styles, triangles, the transpose, wrapped labels and titles, column
-// blocks, paging; the line writer and the scalar writers. In the default format a column
-// of whole numbers is 2 blanks and a field of 11.
+// Printed tables and lines against text written by hand from the rules: the number
+// formats (the %W choice from the data, fill characters, integer and cyclic conversions,
+// the codes of a bad format) and the layout (titles, label styles, triangles, the
+// transpose, wrapped labels and titles, column blocks, paging), the line writer and the
+// scalar writers. A row without labels prints as 2 blanks and the field of each column;
+// in the default format a column of whole numbers is 2 blanks and a field of 11.
 #include <gtest/gtest.h>
 #include <korvstat.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -18,12 +21,125 @@ using output_test::row;
 using output_test::sp;
 using output_test::table;
 
-class Layout : public output_test::OutputTest {};
+// One row without labels in the given format (null: the default); the printed line.
+template <class T> std::string line(const char* format, std::vector<T> values) {
+    int n = static_cast<int>(values.size());
+    if (format) return table<T>("", 1, n, values.data(), KORVS_NO_COL_LABELS, KORVS_WRITE_FORMAT, format);
+    return table<T>("", 1, n, values.data(), KORVS_NO_COL_LABELS);
+}
+
+template <class T> class Format : public output_test::OutputTest {};
+using RealTypes = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(Format, RealTypes);
+
+TYPED_TEST(Format, FieldsByTheRules) {
+    using T = TypeParam;
+    const double nan = NAN, inf = INFINITY;
+    const struct {
+        const char* format;
+        std::vector<double> values;
+        std::string expected;
+    } rows[] = {
+        // "%11.4W": whole numbers as "%11d"; otherwise the decimals the values need.
+        {nullptr, {10, -20, 300}, row("", {"10", "-20", "300"})},
+        {nullptr, {0}, row("", {"0"})},
+        {nullptr, {1.5, 2.25}, row("", {"1.50", "2.25"})},
+        // The exponent form, precision min(digits - 1, width - 7), for small or large values.
+        {nullptr, {1e-5}, row("", {"1.000e-05"})},
+        {nullptr, {1.5e7, 0.5}, row("", {"1.500e+07", "5.000e-01"})},
+        {nullptr, {1.5e7}, row("", {"15000000"})},  // a large whole number is still whole
+        {nullptr, {0.001}, row("", {"0.001"})},     // not below 0.001
+        {"%13.6W", {2.5e-4}, row("", {"2.50000e-04"}, 15)},
+        // Rounding that gains a digit costs a decimal; a power of ten, or a value that
+        // rounds up to one, has one leading zero fewer.
+        {nullptr, {9.99996, 1.23456}, row("", {"10.00", "1.23"})},
+        {nullptr, {0.1, 0.0123}, row("", {"0.1000", "0.0123"})},
+        {nullptr, {0.099999, 0.0123}, row("", {"0.1000", "0.0123"})},
+        // Narrow widths give up decimals, then digits; below 7 there is no exponent form.
+        {"%6.4W", {123.456}, "   123.5\n"},
+        {"%5.4W", {123.456}, "    123\n"},
+        {"%5.4W", {123456}, "  *****\n"},
+        {"%3.2W", {-99, -100}, "  -99  ***\n"},
+        {"%+11.4W", {5}, row("", {"+5"})},
+        {"%-8.3W%8.3W", {1.5, 2.5}, "  1.5" + sp(12) + "2.5\n"},
+        // NaN takes no part in the choice; an infinity is the largest value.
+        {nullptr, {nan, 1.5}, row("", {"...........", "1.5"})},
+        {nullptr, {nan, inf, -inf, 1.5}, row("", {"...........", "+++++++++++", "-----------", "1.500e+00"})},
+        {nullptr, {nan, nan}, row("", {"...........", "..........."})},
+        {"%4d%7.2f", {inf, -inf}, "  ++++  -------\n"},
+        // A value too wide for its field is stars; integer conversions truncate.
+        {"%3d", {1234}, "  ***\n"},
+        {"%7.2e", {1.0}, "  *******\n"},
+        {"%4d", {-2.7, 2.7}, "    -2     2\n"},
+        {"%5x%5o%5X", {255, 8, 171}, "     ff     10     AB\n"},
+        {"%12d", {2147483648.0, -2147483648.0}, "  ************   -2147483648\n"},
+        // Two conversions alternate over the columns.
+        {"%6.1f%5d", {1.3, 2.7, 3.4, 4.2}, sp(5) + "1.3" + sp(6) + "2" + sp(5) + "3.4" + sp(6) + "4\n"},
+        {"%.2f", {1.5}, sp(8) + "1.50\n"},  // a missing width counts as ten
+    };
+    for (const auto& r : rows)
+        EXPECT_EQ(line<T>(r.format, std::vector<T>(r.values.begin(), r.values.end())), r.expected)
+            << (r.format ? r.format : "default") << " " << r.values[0];
+    // One W conversion chooses for the matrix, several for each column.
+    T a[4] = {1, 0.5, 2, 0.25};
+    EXPECT_EQ(table<T>("", 2, 2, a, KORVS_NO_ROW_LABELS, KORVS_NO_COL_LABELS, KORVS_WRITE_FORMAT, "%8.3W"),
+              row("", {"1.00", "0.50"}, 10) + row("", {"2.00", "0.25"}, 10));
+    EXPECT_EQ(
+        table<T>("", 2, 2, a, KORVS_NO_ROW_LABELS, KORVS_NO_COL_LABELS, KORVS_WRITE_FORMAT, "%8.3W%8.3W"),
+        row("", {"1", "0.50"}, 10) + row("", {"2", "0.25"}, 10));
+    // The settings: a NaN as blanks (a blank field ends no line), the default format.
+    this->set(KORVS_SET_NAN_CHAR, 1);
+    EXPECT_EQ(line<T>(nullptr, {T(nan), 2}), row("", {"", "2"}));
+    EXPECT_EQ(line<T>(nullptr, {T(nan)}), " \n");
+    this->set(KORVS_SET_FORMAT, 1);
+    EXPECT_EQ(line<T>(nullptr, {1.5}), row("", {"1.5"}, 15));
+    this->set(KORVS_SET_FORMAT, 2);
+    EXPECT_EQ(line<T>(nullptr, {1.5}), row("", {"1.50000e+00"}, 15));
+    EXPECT_TRUE(this->errors().empty());
+}
+
+class PrintedText : public output_test::OutputTest {};
+
+// Integers take the integer conversions only; the most negative int is not below
+// 2147483647 in size and takes the exponent form.
+TEST_F(PrintedText, FormatFaultsHaveTheirCodesAndIntegersTheirOwnRules) {
+    const struct {
+        const char* format;
+        int code;
+    } cases[] = {
+        {"", 10001},        {"%d", 10001},      {"ab", 10001},      {"%W", 10001},    {"abc", 10003},
+        {"x%5d", 10002},    {"%5dx", 10002},    {"%5d %5d", 10002}, {"%dx%d", 10002}, {"%*d", 10004},
+        {"%5.*f", 10004},   {"%41d", 10005},    {"%5.6f", 10006},   {"%.11f", 10006}, {"%5q", 10007},
+        {"%5.2lf", 10007},  {"%5d%", 10007},    {"%%5d", 10007},    {"%40d", 0},      {"%.10f", 0},
+        {"%-+ #010.3e", 0}, {"%5.5g%3i%4u", 0}, {"%E%G", 0},
+    };
+    for (const auto& c : cases) {
+        clear();
+        float a[1] = {1};
+        std::string text = table<float>("", 1, 1, a, KORVS_WRITE_FORMAT, c.format);
+        if (c.code == 0) {
+            EXPECT_TRUE(errors().empty()) << '"' << c.format << '"';
+            continue;
+        }
+        EXPECT_TRUE(only_raised(5, c.code)) << '"' << c.format << '"';
+        EXPECT_EQ(text, "<null>");
+        EXPECT_EQ(korvs_test::inserts("%(l1)"), c.format);
+    }
+    clear();
+    EXPECT_EQ(line<int>(nullptr, {7, -70}), row("", {"7", "-70"}));
+    EXPECT_EQ(line<int>(nullptr, {-2147483647 - 1}), row("", {"-2.147e+09"}));
+    EXPECT_EQ(line<int>("%6x", {255}), sp(6) + "ff\n");
+    set(KORVS_SET_FORMAT, 2);  // the default formats stand
+    EXPECT_EQ(line<int>(nullptr, {3}), row("", {"3.00000e+00"}, 15));
+    EXPECT_TRUE(errors().empty());
+    EXPECT_EQ(line<int>("%5.2f", {3}), "<null>");
+    EXPECT_TRUE(only_raised(5, 10007));
+}
 
 // Numbers label the rows and columns of a table of more than one of each. The title is
 // centred on the table, or on the page; an empty matrix prints the title alone. Of a
 // triangle only its own elements choose the format.
-TEST_F(Layout, TitlesLabelStylesTrianglesAndTheTranspose) {
+TEST_F(PrintedText, TitlesLabelStylesTrianglesAndTheTranspose) {
     float f[4] = {1.5f, 2.25f, 3, 4};
     // The table is 1 + 13 + 13 = 27 wide; "A" goes (27 - 1) / 2 = 13 in.
     EXPECT_EQ(table("A", 2, 2, f), sp(13) + "A\n" + row(" ", {"1", "2"}) + row("1", {"1.50", "2.25"}) +
@@ -54,7 +170,7 @@ TEST_F(Layout, TitlesLabelStylesTrianglesAndTheTranspose) {
 // 19 / 3 = 6 and hold 13. Column labels: 1.5 times 11 is 16 characters; the second
 // column widens to its longest label line, 14. A newline in a label or title starts a
 // line at the left edge; a title breaks at a blank within 10 characters back, or within a word.
-TEST_F(Layout, LabelsAndTitlesWrap) {
+TEST_F(PrintedText, LabelsAndTitlesWrap) {
     double a[4] = {1, 2, 3, 4};
     const char* rows[2] = {"Sum of squares for the error term", "Mean"};
     const char* cols[2] = {"Estimate", "Standard error of the coefficient estimate"};
@@ -73,7 +189,7 @@ TEST_F(Layout, LabelsAndTitlesWrap) {
 }
 
 // Columns that do not fit the width go to the next block, after an empty line.
-TEST_F(Layout, AMatrixWiderThanThePageGoesInBlocksOfColumns) {
+TEST_F(PrintedText, AMatrixWiderThanThePageGoesInBlocksOfColumns) {
     int a[14] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14};
     const std::vector<int> before(a, a + 14);
     set_page(40, 60);  // 1 + 3 * 13 = 40 fits, a fourth column does not
@@ -93,7 +209,7 @@ int line_count() {
 
 // Paging on a page of 10 lines: a full page ends in a form feed and a table that does not
 // fit starts a new one; -1 feeds before each table, -2 never.
-TEST_F(Layout, PagingWithFormFeeds) {
+TEST_F(PrintedText, PagingWithFormFeeds) {
     set_page(78, 10);
     int a[12];
     std::string rows[13], title = sp(7) + "T\n";  // on a table 2 + 13 wide
@@ -123,7 +239,7 @@ TEST_F(Layout, PagingWithFormFeeds) {
 
 // korvs_wrtrl: newlines end lines, pieces of the width, the page count and its form feeds.
 // The scalar writers: an empty line, the title centred on the 1 by 1 table, the value.
-TEST_F(Layout, LinesAndScalars) {
+TEST_F(PrintedText, LinesAndScalars) {
     UnitCapture out(2);
     korvs_wrtrl("hello\n\nworld is long", 5);
     korvs_wrtrl("", 10);  // an empty text is one empty line, a final newline opens none
