@@ -1,15 +1,12 @@
 // The checks of korvs_f_write_matrix and its twins in their order, each with its code and
 // inserts (nothing printed, the string null); the settings of korvs_write_options and
-// korvs_page, refused values stored nowhere; the output modes; settings per thread, and
-// tables printed at once by two threads kept whole.
+// korvs_page, refused values stored nowhere; the output modes.
 #include <gtest/gtest.h>
 #include <korvstat.h>
 
-#include <atomic>
 #include <cstdio>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "korvs_test.hpp"
@@ -154,52 +151,6 @@ TEST_F(Settings, ValuesAndOptionNumbers) {
         korvs_write_options(option, &value);
         EXPECT_EQ(value, defaults[option - 1]) << option;
     }
-}
-
-// Signal trapping must be off before a second thread calls the library.
-TEST_F(Settings, BelongToTheirThreadAndTablesPrintedAtOnceStayWhole) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-    set_page(40, 60);
-    set(KORVS_SET_ROW_WRAP, 3);
-    int other[3] = {0, 0, 0}, width = 0;
-    std::string other_table;
-    std::thread([&] {
-        korvs_page(1, &other[0]);  // a new thread starts from the defaults
-        korvs_page(2, &other[1]);
-        korvs_write_options(2, &other[2]);
-        set_page(20, 60);
-        int a[1] = {1};
-        other_table = table("", 1, 1, a);
-    }).join();
-    EXPECT_EQ(std::vector<int>(other, other + 3), (std::vector<int>{78, 60, 1000}));
-    EXPECT_EQ(other_table, row("", {"1"}));
-    korvs_page(1, &width);
-    EXPECT_EQ(width, 40);
-    // Two threads print tables of 20 lines, each line the thread's mark, to one file.
-    constexpr int kTables = 2000;
-    FILE* file = std::tmpfile();
-    std::atomic<int> ready{0};
-    auto printer = [&](int mark) {
-        FILE* f = file;
-        korvs_umach(-2, &f);
-        std::vector<int> a(20, mark);
-        for (++ready; ready.load() < 2;) {
-        }
-        for (int k = 0; k < kTables; ++k)
-            korvs_i_write_matrix("", 20, 1, a.data(), KORVS_NO_ROW_LABELS, 0);
-    };
-    std::thread one(printer, 1), two(printer, 2);
-    one.join();
-    two.join();
-    std::rewind(file);
-    std::vector<int> marks;
-    char line[64];
-    while (std::fgets(line, sizeof line, file))
-        marks.push_back(std::string(line) == row("", {"1"}) ? 1 : 2);
-    std::fclose(file);
-    ASSERT_EQ(marks.size(), 2u * kTables * 20);
-    for (std::size_t k = 0; k < marks.size(); ++k)
-        ASSERT_EQ(marks[k], marks[k - k % 20]) << "line " << k;
 }
 
 }  // namespace

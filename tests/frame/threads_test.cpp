@@ -4,6 +4,8 @@
 #include <korvstat.h>
 
 #include <atomic>
+#include <cstdio>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -52,19 +54,27 @@ TEST(FirstThreadRuleDeathTest, ASecondThreadWithTrappingOnEndsTheProcess) {
         ::testing::ExitedWithCode(42), "");
 }
 
-// Several threads raise and read errors at once; none sees another's state or switches.
-TEST(PerThread, ErrorStateSwitchesAndUnitsAreIndependent) {
+// Several threads raise and read errors and print tables at once; none sees another's
+// error state, switches, units or output settings, and every table stays whole.
+TEST(PerThread, ErrorStateSwitchesUnitsAndOutputAreIndependent) {
     korvs_error_options(KORVS_SET_SIGNAL_TRAPPING, 0, 0);  // the switch by value
-    FILE* mine = std::tmpfile();
+    FILE *mine = std::tmpfile(), *shared = std::tmpfile();
     korvs_umach(-2, &mine);
+    int narrow = 40;
+    korvs_page(-1, &narrow);
     std::atomic<int> mismatches{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 6; ++t)
-        threads.emplace_back([t, &mismatches] {
+        threads.emplace_back([t, shared, &mismatches] {
             FILE* unit = nullptr;
+            int width = 0;
             korvs_umach(2, &unit);
-            if (unit != stdout) ++mismatches;
+            korvs_page(1, &width);
+            if (unit != stdout || width != 78) ++mismatches;  // a new thread starts from the defaults
+            FILE* out = shared;
+            korvs_umach(-2, &out);
             korvs_test::quiet();
+            std::vector<int> marks(20, t);
             for (int round = 0; round < 2000; ++round) {
                 int code = 1000 * (t + 1) + round % 997, type = 3 + round % 2;
                 korvs_e1sti(1, code);
@@ -75,18 +85,27 @@ TEST(PerThread, ErrorStateSwitchesAndUnitsAreIndependent) {
                     if (korvs_error_code() != 132) ++mismatches;
                 }
                 if (korvs_f_machine(4) != korvs_amach(4) || korvs_error_code() != 0) ++mismatches;
+                if (round % 5 == 0) korvs_i_write_matrix("", 20, 1, marks.data(), KORVS_NO_ROW_LABELS, 0);
             }
         });
     for (auto& th : threads)
         th.join();
     EXPECT_EQ(mismatches.load(), 0);
-    int stop = 0;
+    int stop = 0, width = 0;
     korvs_error_options(KORVS_GET_STOP, 5, &stop, 0);
-    EXPECT_EQ(stop, 1);  // the main thread's switches untouched
-    EXPECT_EQ(korvs_error_code(), 0);
+    korvs_page(1, &width);
+    EXPECT_TRUE(stop == 1 && width == 40 && korvs_error_code() == 0);  // the main thread's own
+    std::rewind(shared);
+    std::vector<std::string> lines;
+    for (char line[64]; std::fgets(line, sizeof line, shared);)
+        lines.push_back(line);
+    ASSERT_EQ(lines.size(), 6u * 400 * 20);
+    for (std::size_t k = 0; k < lines.size(); ++k)
+        ASSERT_EQ(lines[k], lines[k - k % 20]) << "line " << k;
     FILE* none = nullptr;
     korvs_umach(-2, &none);
     std::fclose(mine);
+    std::fclose(shared);
 }
 
 }  // namespace
