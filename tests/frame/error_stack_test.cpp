@@ -131,9 +131,9 @@ TEST_F(ErrorStack, ThePrinters) {
     EXPECT_EQ(printed([] { raise_in("w", 3, 81, std::string(100, 'y').c_str()); }),
               "\n*** WARNING  Error 81 from w.  " + next + std::string(66, 'y') + next +
                   std::string(34, 'y') + "\n\n");
-    // A TERMINAL head has no error name; an immediate type is printed once, at the raise,
-    // while the inner routine is on the stack: its entry is left out of the traceback
-    // unless the full traceback is asked for.
+    // An immediate type is printed once, at the raise, while the inner routine is on the
+    // stack: its entry is left out of the traceback unless the full traceback is asked for.
+    // Its head, as a TERMINAL one, has no error name.
     const std::string traceback = "\n*** WARNING_IMMEDIATE Error from top_routine.  Deep.\n\n"
                                   "Here is a traceback of the calls in reverse order.\n"
                                   "  Error Type        Error Code               Routine\n"
