@@ -145,7 +145,13 @@ TEST_F(ErrorStack, ThePrinters) {
     korvs_error_options(KORVS_FULL_TRACEBACK, 1, 0);
     EXPECT_EQ(printed([] { raise_two_deep(6); }),
               traceback + "inner_routine\n" + std::string(45, ' ') + "top_routine" + user);
-    korvs_error_options(KORVS_SET_TRACEBACK, 6, 0, KORVS_SET_PRINT_TYPE, KORVS_PRINT_BOX, 0);
+    // The console mode writes the stream printer's layout to the standard output.
+    korvs_error_options(KORVS_SET_TRACEBACK, 6, 0, KORVS_SET_PRINT_TYPE, KORVS_PRINT_CONSOLE, 0);
+    testing::internal::CaptureStdout();
+    raise_in("console", 3, 86, "To the console.");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\n*** WARNING  Error 86 from console.  To the console.\n\n");
+    korvs_error_options(KORVS_SET_PRINT_TYPE, KORVS_PRINT_BOX, 0);
     testing::internal::CaptureStderr();
     raise_in("boxed", 3, 87, "In a box.");
     int print = 0, stop = 0;
