@@ -17,7 +17,6 @@
 namespace {
 
 using korvs::Shape;
-using korvs_test::inserts;
 
 // The settings the probe ended its walk with.
 struct Seen {
@@ -79,17 +78,18 @@ template <class T> T* probe(int n, ...) {
 
 class OptionWalk : public korvs_test::KorvsTest {};
 
-TEST_F(OptionWalk, DefaultsWidthsAddressFormsAndTheLaterSetting) {
+// A floating value arrives as double and is narrowed at once in the float twin; an _ADR
+// form reads at the routine's precision; of two settings, or of a plain and a _USER form
+// of one output, the later wins.
+TEST_F(OptionWalk, DefaultsAddressFormsAndTheLaterSetting) {
     float* r = probe<float>(3, 0);
     ASSERT_NE(r, nullptr);
     EXPECT_TRUE(seen.lower == -1 && seen.col_dim == -1 && r[2] == 1.0f);
     std::free(r);
-    // A floating value arrives as double and is narrowed at once in the float twin.
     std::free(probe<float>(1, KORVS_KNOWN_BOUNDS, 2.5f, 0.1, 0));
     EXPECT_TRUE(seen.lower == 2.5 && seen.upper == double(0.1f));
     std::free(probe<double>(1, KORVS_KNOWN_BOUNDS, 2.5f, 0.1, 0));
     EXPECT_EQ(seen.upper, 0.1);
-    // An _ADR form reads at the routine's precision; the later setting wins.
     float lo = 1.25f, hi = 7.5f;
     std::free(probe<float>(1, KORVS_KNOWN_BOUNDS, 2.0, 3.0, KORVS_KNOWN_BOUNDS_ADR, &lo, &hi, 0));
     EXPECT_TRUE(seen.lower == 1.25 && seen.upper == 7.5);
@@ -100,7 +100,6 @@ TEST_F(OptionWalk, DefaultsWidthsAddressFormsAndTheLaterSetting) {
         probe<double>(1, KORVS_KNOWN_BOUNDS_ADR, &dlo, &dlo, KORVS_X_COL_DIM, 4, KORVS_X_COL_DIM, 9, 0));
     EXPECT_TRUE(seen.lower == 0.1 && seen.col_dim == 9);
     EXPECT_TRUE(errors().empty());
-    // Of a plain and a _USER form of one output, the later is the setting.
     float user[3] = {0, 0, 0}, other[3] = {0, 0, 0};
     float* means = user;  // a sentinel, never to be overwritten
     std::free(probe<float>(3, KORVS_KNOWN_BOUNDS, 0.0, 10.0, KORVS_MEANS, &means, KORVS_MEANS_USER, user, 0));
@@ -112,6 +111,8 @@ TEST_F(OptionWalk, DefaultsWidthsAddressFormsAndTheLaterSetting) {
     std::free(means);
 }
 
+// An unknown code ends the walk; a null array is reported and the walk goes on. A failed
+// run hands out nothing and frees what it allocated.
 TEST_F(OptionWalk, ErrorsOfTheWalkAndOfAFailedRun) {
     float lo = 0, user[13];
     float* means = user;
@@ -119,17 +120,16 @@ TEST_F(OptionWalk, ErrorsOfTheWalkAndOfAFailedRun) {
         {"null _ADR",
          [&] { EXPECT_EQ(probe<float>(1, KORVS_KNOWN_BOUNDS_ADR, &lo, (float*)nullptr, 0), nullptr); }, 5,
          104, "%(l1) %(l2)", "upper KORVS_KNOWN_BOUNDS_ADR"},
-        {"unknown code", [] { EXPECT_EQ(probe<float>(2, 777, KORVS_X_COL_DIM, 4, 0), nullptr); }, 5, 11001,
-         "%(i1) at %(i2)", "777 at 2"},
+        {"unknown first code", [] { EXPECT_EQ(probe<float>(2, 777, KORVS_X_COL_DIM, 4, 0), nullptr); }, 5,
+         11001, "%(i1) at %(i2)", "777 at 2"},
         {"unknown code later",
          [&] { probe<float>(2, KORVS_KNOWN_BOUNDS, 1.0, 2.0, KORVS_KNOWN_BOUNDS_ADR, &lo, &lo, -3, 0); }, 5,
          11001, "%(i1) at %(i2)", "-3 at 8"},
-        {"null user array",
+        {"null _USER",
          [] {
              EXPECT_EQ(probe<float>(2, KORVS_MEANS_USER, (float*)nullptr, KORVS_X_COL_DIM, 5, 0), nullptr);
          },
          5, 104, "%(l1) %(l2)", "means KORVS_MEANS_USER"},
-        // A failed run hands out nothing and frees what it allocated.
         {"failed run", [&] { EXPECT_EQ(probe<float>(13, KORVS_MEANS, &means, 0), nullptr); }, 4, 11055},
         {"failed run, caller's array",
          [&] { EXPECT_EQ(probe<float>(13, KORVS_RETURN_USER, user, 0), nullptr); }, 4, 11055},
@@ -137,7 +137,7 @@ TEST_F(OptionWalk, ErrorsOfTheWalkAndOfAFailedRun) {
     EXPECT_EQ(means, nullptr);
     EXPECT_EQ(user[12], 11.0f);  // the caller's array may have been written
     probe<float>(2, KORVS_MEANS_USER, (float*)nullptr, KORVS_X_COL_DIM, 5, 0);
-    EXPECT_EQ(seen.col_dim, 5);  // the walk went on past the null array
+    EXPECT_EQ(seen.col_dim, 5);
     probe<float>(2, 777, KORVS_X_COL_DIM, 4, 0);
     EXPECT_FALSE(seen.walked);
 }
@@ -154,50 +154,47 @@ template <class F> std::function<void()> checked(F check) {
 }
 
 template <class T> std::function<void()> allocated(Shape shape, bool ok = false) {
-    return [shape, ok] {
-        korvs_e1psh("probe");
-        EXPECT_EQ(bool(korvs::Workspace<T>(shape)), ok);
-        korvs_e1pop("probe");
-    };
+    return checked([shape, ok](int* count) { *count += bool(korvs::Workspace<T>(shape)) == ok; });
+}
+
+// The frequency and weight of row `row` of x (4 rows: frequencies, weights) with their status:
+// 0 usable, 1 zero frequency, 2 missing (the count moved by the increment), 3 negative.
+template <class T>
+std::function<void()> weight_row(const T* x, int group_mode, int row, int increment, int status, int missing,
+                                 double freq = 0, double weight = 0) {
+    return checked([=](int* count) {
+        int moved = 0, got = -1;
+        T f = 0, w = 0;
+        korvs::check_weight_row(group_mode, 4, x, 4, row, increment, 1, 2, &moved, &f, &w, &got);
+        auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+        EXPECT_TRUE(got == status && moved == missing) << got << " " << moved;
+        EXPECT_TRUE(status % 2 == 1 || (same(f, freq) && same(w, weight))) << f << " " << w;
+        ++*count;
+    });
 }
 
 class Checks : public korvs_test::KorvsTest {};
 
+// The checks that workers share, those not met through an exported routine.
 TEST_F(Checks, EachRuleWithItsCodeAndInserts) {
     // Column-major 3 by 3, lda 4: a(1,1) is zero, a(2,1) is not; b has zeros below its zero.
-    const double a[12] = {2, 1, 0, 9, 0, 0, 5, 9, 0, 0, 3, 9};
+    const double a[12] = {2, 1, 0, 9, 0, 0, 5, 9, 0, 0, 3, 9}, nan = std::nan("");
     const float b[4] = {0, 0, 1, 1};
-    int d = 3, e = -1;
+    const double x[8] = {2, 0, nan, 3, 0.5, 1, 1, nan};
+    const float y[8] = {-2, 1, 0, 0, 1, -3, 0, 0};
+    const char* negative = "%(i1) %(r1%g)";
     expect_errors({
         {"above", checked([](int* k) { korvs::check_range(7, "n", 1, 5, k); }), 5, 602,
          "%(i1) %(i2) %(i3) %(l1)", "7 1 5 n"},
-        {"below", checked([](int* k) { korvs::check_range(0, "n", 1, -1, k); }), 5, 603, "%(i1) %(i2) %(l1)",
-         "0 1 n"},
-        {"in range", checked([](int* k) { korvs::check_range(5, "n", 1, 5, k); })},
-        {"no bound", checked([](int* k) { korvs::check_range(99, "n", 1, -1, k); })},
-        {"not above", checked([](int* k) { korvs::check_not_above(4, "n_best", 3, "n_saved", k); }), 5, 601,
-         "%(i1) %(i2) %(l1) %(l2)", "4 3 n_best n_saved"},
-        {"dimension low", checked([](int* k) { korvs::check_dimension(1, 0, "n_rows", 5, "ldx", k); }), 5,
-         603, "%(i1) %(i2) %(l1)", "0 1 n_rows"},
         {"dimension bound", checked([](int* k) { korvs::check_dimension(1, 6, "n_rows", 5, "ldx", k); }), 5,
          601, "%(l1) %(l2)", "n_rows ldx"},
         {"dimension no bound", checked([](int* k) { korvs::check_dimension(1, 6, "n_rows", 0, "ldx", k); })},
-        {"negative", checked([](int* k) { korvs::check_nonnegative(-0.5f, "tolerance", k); }), 5, 11061,
-         "%(r1%g) %(l1)", "-0.5 tolerance"},
         {"NaN", checked([](int* k) { korvs::check_nonnegative(std::nan(""), "tolerance", k); }), 5, 11061,
          "%(l1)", "tolerance"},
-        {"zero", checked([](int* k) { korvs::check_nonnegative(0.0, "tolerance", k); })},
+        {"zero", checked([](int* k) { korvs::check_nonnegative(0.0f, "tolerance", k); })},
         {"zero diagonal", checked([&](int* k) { korvs::check_zero_diagonal(3, a, 4, k); }), 5, 11060,
          "%(i1) %(i2) %(r1%g) %(r2%g)", "1 2 0 5"},
         {"zero diagonal, zeros below", checked([&](int* k) { korvs::check_zero_diagonal(2, b, 2, k); })},
-        {"col dim settled", [&] { EXPECT_TRUE(korvs::settle_col_dim(e, 4, "A") && e == 4); }},
-        {"col dim refused",
-         [&] {
-             korvs_e1psh("dims");
-             EXPECT_FALSE(korvs::settle_col_dim(d, 4, "A"));
-             korvs_e1pop("dims");
-         },
-         5, 1024, "%(l1) %(i1) %(i2)", "A 4 3"},
         {"rows", allocated<double>(Shape(-5, "n_rows")), 5, 201, "%(i1) %(l1)", "-5 n_rows"},
         {"rows by columns", allocated<double>(Shape(INT_MAX, "n_rows", INT_MAX, "n_columns")), 5, 202,
          "%(i1) %(l1) %(i2) %(l2)", "2147483647 n_rows 2147483647 n_columns"},
@@ -205,47 +202,16 @@ TEST_F(Checks, EachRuleWithItsCodeAndInserts) {
          "%(i1) %(l1) %(i2) %(l2) %(i3) %(l3)", "2147483647 a 2147483647 b 9 c"},
         {"count", allocated<double>(Shape::count(-1)), 5, 200},
         {"empty array, no failure", allocated<double>(Shape(0, "n"), true)},
+        {"usable row", weight_row(x, 0, 0, 1, 0, 0, 2, 0.5)},
+        {"zero frequency", weight_row(x, 0, 1, 1, 1, 0)},
+        {"missing frequency", weight_row(x, 0, 2, -1, 2, -1, nan, 1)},
+        {"missing weight", weight_row(x, 0, 3, 1, 2, 1, 3, nan)},
+        {"deletion", weight_row(x, 0, 0, -1, 0, 0, -2, 0.5)},
+        {"negative frequency", weight_row(y, 0, 0, 1, 3, 0), 4, 11055, negative, "0 -2"},
+        {"negative weight", weight_row(y, 0, 1, 1, 3, 0), 4, 11057, negative, "1 -3"},
+        {"negative weight of a group", weight_row(y, 1, 1, 1, 3, 0), 4, 11056, "%(i1) %(r1%g) g%(i2)",
+         "1 -3 g4"},
     });
-}
-
-TEST_F(Checks, WeightRowStatusMissingCountAndSign) {
-    const double nan = std::nan("");
-    // Column-major, 4 rows: column 1 frequencies, column 2 weights.
-    const double x[8] = {2, 0, nan, 3, 0.5, 1, 1, nan};
-    const struct {
-        int row, increment, status, missing;
-        double freq, weight;
-    } cases[] = {{0, 1, 0, 0, 2, 0.5}, {1, 1, 1, 0, 0, 0},     {2, 1, 2, 1, nan, 1},
-                 {3, 1, 2, 1, 3, nan}, {0, -1, 0, 0, -2, 0.5}, {2, -1, 2, -1, nan, 1}};
-    auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-    for (const auto& c : cases) {
-        int missing = 0, status = -1;
-        double freq = 0, weight = 0;
-        korvs::check_weight_row(0, 0, x, 4, c.row, c.increment, 1, 2, &missing, &freq, &weight, &status);
-        EXPECT_TRUE(status == c.status && missing == c.missing) << c.row << " " << c.increment;
-        EXPECT_TRUE(c.status == 1 || (same(freq, c.freq) && same(weight, c.weight))) << c.row;
-    }
-    int missing = 0, status = -1;
-    float freq = 0, weight = 0, none[1] = {0};
-    korvs::check_weight_row(0, 0, none, 1, 0, 1, 0, 0, &missing, &freq, &weight, &status);
-    EXPECT_TRUE(status == 0 && freq == 1.0f && weight == 1.0f);  // no columns: 1 and 1
-    EXPECT_TRUE(errors().empty());
-    // A negative frequency or weight is fatal, with its group when asked.
-    const float y[4] = {-2, 1, 1, -3};  // 2 rows: frequencies, weights
-    const struct {
-        int group_mode, row, code;
-        const char* inserts;
-    } fatal[] = {
-        {0, 0, 11055, "0 -2"}, {1, 0, 11054, "0 -2 g4"}, {0, 1, 11057, "1 -3"}, {1, 1, 11056, "1 -3 g4"}};
-    for (const auto& c : fatal) {
-        clear();
-        korvs_e1psh("rows");
-        korvs::check_weight_row(c.group_mode, 4, y, 2, c.row, 1, 1, 2, &missing, &freq, &weight, &status);
-        korvs_e1pop("rows");
-        EXPECT_EQ(status, 3);
-        EXPECT_TRUE(only_raised(4, c.code)) << c.code;
-        EXPECT_EQ(inserts(c.group_mode ? "%(i1) %(r1%g) g%(i2)" : "%(i1) %(r1%g)"), c.inserts);
-    }
 }
 
 }  // namespace

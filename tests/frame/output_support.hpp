@@ -1,5 +1,5 @@
 // Helpers of the output tests: the thread's output settings and page at their defaults,
-// a table printed in string mode, and blanks counted out for expected texts.
+// a table printed in string mode, and the lines of expected texts set out by hand.
 #pragma once
 
 #include <korvstat.h>
@@ -49,12 +49,12 @@ std::string table(const char* title, int nra, int nca, T* a, Options... options)
 
 inline std::string sp(int n) { return std::string(static_cast<std::size_t>(n), ' '); }
 
-// Lines joined with a newline after each.
-inline std::string lines(std::initializer_list<std::string> list) {
-    std::string out;
-    for (const std::string& line : list)
-        out += line + "\n";
-    return out;
+// A line of the label and then each cell set right in a column of the width (by default
+// the 2 blanks and 11 places of the default format), ended by a newline.
+inline std::string row(std::string label, std::initializer_list<std::string> cells, int width = 13) {
+    for (const std::string& cell : cells)
+        label += sp(width - static_cast<int>(cell.size())) + cell;
+    return label + "\n";
 }
 
 }  // namespace output_test

@@ -2,9 +2,8 @@
 // the thread ends afterwards untroubled; under AddressSanitizer the leak check verifies the release.
 #include <dlfcn.h>
 
-#include <condition_variable>
 #include <cstdio>
-#include <mutex>
+#include <future>
 #include <thread>
 
 namespace {
@@ -26,30 +25,18 @@ int main(int argc, char** argv) {
     if (!options || !machine || !error_code) return fail("dlsym");
 
     options(16041, 0);  // signal trapping off: two threads will call
-    std::mutex m;
-    std::condition_variable cv;
-    bool called = false, unloaded = false;
-    float from_thread = 0;
+    std::promise<float> called;
+    std::promise<void> unloaded;
+    std::future<float> from_thread = called.get_future();
+    std::future<void> go = unloaded.get_future();
     std::thread worker([&] {
-        from_thread = machine(4);
-        std::unique_lock<std::mutex> lock(m);
-        called = true;
-        cv.notify_all();
-        cv.wait(lock, [&] { return unloaded; });
+        called.set_value(machine(4));
+        go.wait();
     });
-    {
-        std::unique_lock<std::mutex> lock(m);
-        cv.wait(lock, [&] { return called; });
-    }
-    if (machine(4) != from_thread || error_code() != 0) return fail("calls before the unload");
-
+    if (machine(4) != from_thread.get() || error_code() != 0) return fail("calls before the unload");
     if (dlclose(lib) != 0) return fail("dlclose");
     if (dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD) != nullptr) return fail("the library is still loaded");
-    {
-        std::lock_guard<std::mutex> lock(m);
-        unloaded = true;
-    }
-    cv.notify_all();
+    unloaded.set_value();
     worker.join();
     std::puts("unloaded with a live thread");
     return 0;

@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <random>
-#include <type_traits>
 #include <vector>
 
 namespace api {
@@ -30,24 +29,19 @@ KORVS_TWINS(ger, korvs_sger, korvs_dger)
 KORVS_TWINS(trsv, korvs_strsv, korvs_dtrsv)
 KORVS_TWINS(m1ran, korvs_f_m1ran, korvs_d_m1ran)
 
+KORVS_TWINS(gemm_by_pointer, korvs_sgemm, korvs_dgemm)
+KORVS_TWINS(gemv_by_pointer, korvs_sgemv, korvs_dgemv)
+
 // gemm and gemv with their scalars by value.
 template <class T>
 void gemm(const char* ta, const char* tb, int m, int n, int k, T alpha, const T* a, int lda, const T* b,
           int ldb, T beta, T* c, int ldc) {
-    if constexpr (std::is_same_v<T, float>) {
-        korvs_sgemm(ta, 1, tb, 1, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
-    } else {
-        korvs_dgemm(ta, 1, tb, 1, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
-    }
+    gemm_by_pointer(ta, 1, tb, 1, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
 }
 template <class T>
 void gemv(const char* t, int m, int n, T alpha, const T* a, int lda, const T* x, int ix, T beta, T* y,
           int iy) {
-    if constexpr (std::is_same_v<T, float>) {
-        korvs_sgemv(t, 1, &m, &n, &alpha, a, &lda, x, &ix, &beta, y, &iy);
-    } else {
-        korvs_dgemv(t, 1, &m, &n, &alpha, a, &lda, x, &ix, &beta, y, &iy);
-    }
+    gemv_by_pointer(t, 1, &m, &n, &alpha, a, &lda, x, &ix, &beta, y, &iy);
 }
 
 }  // namespace api

@@ -2,8 +2,6 @@
 // the guard that holds a row-major matrix column-major for a worker and restores it.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "frame/frame.hpp"
 #include "kernels/kernels.hpp"
 #include "kernels_api.hpp"
@@ -15,29 +13,21 @@ template <class T> class Internal : public korvs_test::KorvsTest {};
 using Types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Internal, Types);
 
-TYPED_TEST(Internal, SymmetricUpdateTouchesOneTriangleOnly) {
+TYPED_TEST(Internal, SymmetricUpdateTouchesOneTriangleOnlyAndChecksItsArguments) {
     using T = TypeParam;
     const int n = 5, lda = 7;
     for (const char* uplo : {"U", "l"})
         for (int inc : {1, -2}) {
             auto x = random_vector<T>(span(n, inc), 3);
             auto want = random_vector<T>(lda * n, 4), got = want;
-            bool upper = uplo[0] == 'U';
-            for (int j = 0; j < n; ++j) {
-                T t = T(0.5) * x[offset(j, n, inc)];
-                for (int i = 0; i <= j; ++i) {
-                    T& e = upper ? want[i + j * lda] : want[j + i * lda];
-                    e += t * x[offset(i, n, inc)];
-                }
-            }
+            for (int j = 0; j < n; ++j)
+                for (int i = 0; i <= j; ++i)
+                    (uplo[0] == 'U' ? want[i + j * lda] : want[j + i * lda]) +=
+                        T(0.5) * x[offset(j, n, inc)] * x[offset(i, n, inc)];
             korvs::syr(uplo, n, T(0.5), x.data(), inc, got.data(), lda);
             EXPECT_EQ(got, want) << uplo << " " << inc;
         }
     EXPECT_TRUE(this->errors().empty());
-}
-
-TYPED_TEST(Internal, SymmetricUpdateChecks) {
-    using T = TypeParam;
     std::vector<T> a(9, 1), keep = a, x(3, 1);
     auto syr = [&](const char* uplo, int n, int lda, int inc) {
         return [=, &a, &x] { korvs::syr(uplo, n, T(1), x.data(), inc, a.data(), lda); };
