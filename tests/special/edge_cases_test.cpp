@@ -41,14 +41,11 @@ std::vector<Case> cases() {
         EDGE(erf<T>(xbig<T>() * (1 + 8 * EPS)), 1, 0, 0),
         EDGE(erf<T>(-xbig<T>() * (1 + 8 * EPS)), -1, 0, 0),
         EDGE(erf<T>(-INF), -1, 0, 0),
-        EDGE(erf<T>(NAN), NAN, 0, 0),
         EDGE(erfc<T>(0), 1, 0, 0),
         EDGE(erfc<T>(-xbig<T>()), 2, 0, 0),
         EDGE(erfc<T>(-INF), 2, 0, 0),
-        EDGE(erfc<T>(NAN), NAN, 0, 0),
         EDGE(erfc<T>(xmax<T>() * (1 + 8 * EPS)), 0, 2, 9015),
         EDGE(erfc<T>(30), 0, 2, 9015, "%(r1%.9g)=30"),
-        EDGE(erfc<T>(INF), 0, 2, 9015),
         NEAR(erfc<T>(xmax<T>() * (1 - 8 * EPS)) / TINY, 500, 499.9),  // tiny, not 0
         EDGE(erfc_inverse<T>(1), 0, 0, 0),
         EDGE(erfc_inverse<T>(0), NAN, 4, 120),
@@ -61,27 +58,20 @@ std::vector<Case> cases() {
              "%(r1%.14g)=1.9999961853027|1.9999999999418"),
         EDGE(normal_cdf<T>(0), 0.5, 0, 0),
         EDGE(normal_cdf<T>(-1000), 0, 0, 0),
-        EDGE(normal_cdf<T>(-INF), 0, 0, 0),
         EDGE(normal_cdf<T>(INF), 1, 0, 0),
-        EDGE(normal_cdf<T>(NAN), NAN, 0, 0),
         EDGE(normal_inverse_cdf<T>(0.5), 0, 0, 0),
         EDGE(normal_inverse_cdf<T>(0), NAN, 5, 9041),
         EDGE(normal_inverse_cdf<T>(1), NAN, 5, 9041),
         EDGE(normal_inverse_cdf<T>(-0.25), NAN, 5, 9041, "%(r1%g)=-0.25"),
-        EDGE(normal_inverse_cdf<T>(NAN), NAN, 0, 0),
         // Gamma: poles, a few units from them, its bounds.
         EDGE(gamma<T>(1), 1, 0, 0),
         EDGE(gamma<T>(0), NAN, 5, 9024),
         EDGE(gamma<T>(-0.0), NAN, 5, 9024),
-        EDGE(gamma<T>(-1), NAN, 5, 9006),
         EDGE(gamma<T>(-7), NAN, 5, 9006, "%(r1%g)=-7"),
-        EDGE(gamma<T>(-11), NAN, 4, 9021),  // through the reflection
-        EDGE(gamma<T>(-30), NAN, 4, 9021, "%(r1%g)=-30"),
+        EDGE(gamma<T>(-11), NAN, 4, 9021, "%(r1%g)=-11"),  // through the reflection
         EDGE(gamma<T>(std::numeric_limits<T>::denorm_min()), NAN, 4, 9011),
-        EDGE(gamma<T>(-std::numeric_limits<T>::denorm_min()), NAN, 4, 9011),
         EDGE(gamma<T>(INF), NAN, 4, 9009),
         EDGE(gamma<T>(-INF), 0, 2, 9014),
-        EDGE(gamma<T>(NAN), NAN, 0, 0),
         FINITE(gamma<T>(gamma_bound<T>() - 0.02), 0, 0),
         EDGE(gamma<T>(gamma_bound<T>() + 0.01), NAN, 4, 9009),
         EDGE(gamma<T>(-gamma_bound<T>() - 2.5), 0, 2, 9014),
@@ -95,7 +85,6 @@ std::vector<Case> cases() {
         EDGE(log_gamma<T>(-1099511627776.0), NAN, 5, 9006),
         EDGE(log_gamma<T>(INF), NAN, 4, 9013),
         EDGE(log_gamma<T>(-INF), NAN, 4, 9013),
-        EDGE(log_gamma<T>(NAN), NAN, 0, 0),
         FINITE(log_gamma<T>(T(-20.5) * (1 + 4 * EPS)), 0, 0),
         FINITE(log_gamma<T>(T(-20) * (1 + 4 * EPS)), 3, 9020),
         // Beta; its underflow; Stirling's forms far out leave no alert of the correction.
@@ -104,8 +93,6 @@ std::vector<Case> cases() {
         EDGE(beta<T>(-1.5, 2.5), NAN, 5, 9031, "%(r1%g) %(r2%g)=-1.5 2.5"),
         EDGE(log_beta<T>(0, 1), NAN, 5, 9038),
         EDGE(log_beta<T>(3, -0.5), NAN, 5, 9038),
-        EDGE(beta<T>(NAN, 1), NAN, 0, 0),
-        EDGE(log_beta<T>(2, NAN), NAN, 0, 0),
         EDGE(beta<T>(1, 1), 1, 0, 0),
         EDGE(log_beta<T>(1, 1), 0, 0, 0),
         EDGE(beta<T>(PICK(200, 2000), PICK(200, 2000)), 0, 2, 9018, "%(r1%g) %(r2%g)=200 200|2000 2000"),
@@ -125,7 +112,6 @@ std::vector<Case> cases() {
         EDGE(binomial_coefficient<T>(-1, 0), 0, 5, 603),
         EDGE(binomial_coefficient<T>(7, -2), 0, 5, 603, "%(l1) %(i1) %(i2)=m -2 0"),
         EDGE(binomial_coefficient<T>(0, 0), 1, 0, 0),
-        EDGE(binomial_coefficient<T>(1, 1), 1, 0, 0),
         // Stirling's form overflows; in float the product's test too, with fewer than 9 terms.
         EDGE(binomial_coefficient<T>(PICK(200, 1100), PICK(100, 550)), 0, 5, 20402,
              "%(i1) %(i2)=200 100|1100 550"),
@@ -136,8 +122,6 @@ std::vector<Case> cases() {
         EDGE(gamma_incomplete<T>(2, -3), NAN, 5, 9033, "%(r1%g)=-3"),
         EDGE(gamma_incomplete<T>(-1, -1), NAN, 5, 9033, "", 9032),
         EDGE(gamma_incomplete<T>(2, 0), 0, 0, 0),
-        EDGE(gamma_incomplete<T>(NAN, 1), NAN, 0, 0),
-        EDGE(gamma_incomplete<T>(1, NAN), NAN, 0, 0),
         // Near x = a with a large the continued fractions need more than their 200 terms.
         EDGE(gamma_incomplete<T>(100000, 99000), NAN, 4, 9035),
         EDGE(gamma_incomplete<T>(100000, 100000), NAN, 4, 9035),
@@ -159,8 +143,6 @@ std::vector<Case> cases() {
         EDGE(gamma_cdf<T>(1, 0), NAN, 5, 9056),
         EDGE(gamma_cdf<T>(1, -0.25), NAN, 5, 9056, "%(r1%g)=-0.25"),
         EDGE(gamma_cdf<T>(INF, 2), 1, 0, 0),
-        EDGE(gamma_cdf<T>(NAN, 2), NAN, 0, 0),
-        EDGE(gamma_cdf<T>(1, NAN), NAN, 0, 0),
         EDGE(gamma_cdf<T>(1, INF), NAN, 4, 9010),
         // Above huge^(1/3) the shape is too large: 1 beyond x = 2a, FATAL below.
         EDGE(gamma_cdf<T>(3 * T(PICK(1e13, 1e103)), T(PICK(1e13, 1e103))), 1, 0, 0),
@@ -178,11 +160,9 @@ std::vector<Case> cases() {
         EDGE(t_cdf<T>(INF, 3), 1, 0, 0),
         EDGE(t_cdf<T>(-INF, 3), 0, 0, 0),
         EDGE(t_cdf<T>(INF, 0.5), 1, 0, 0),  // t is looked at before df
-        EDGE(t_cdf<T>(NAN, 3), NAN, 0, 0),
         EDGE(t_cdf<T>(NAN, 0.5), NAN, 0, 0),
         EDGE(t_cdf<T>(1, 0.5), NAN, 5, 9042),
         EDGE(t_cdf<T>(2, -0.25), NAN, 5, 9042, "%(r1%g)=-0.25"),
-        EDGE(t_cdf<T>(1, NAN), NAN, 0, 0),
         EDGE(t_cdf<T>(0, 4), 0.5, 0, 0),
         // Hill's normal transformation is 0 and 1 beyond y = 18.8125; the float twin's erfc
         // underflows before that, near y = 13, and its alert does not reach the caller.
@@ -197,7 +177,6 @@ std::vector<Case> cases() {
         EDGE(t_inverse_cdf<T>(1, 3), NAN, 5, 9043),
         EDGE(t_inverse_cdf<T>(-0.5, 3), NAN, 5, 9043, "%(r1%g)=-0.5"),
         EDGE(t_inverse_cdf<T>(0.3, 0.75), NAN, 5, 9042, "%(r1%g)=0.75"),
-        EDGE(t_inverse_cdf<T>(NAN, 3), NAN, 0, 0),
         // For 1 < df < 2 the beta quantile of a far tail underflows.
         EDGE(t_inverse_cdf<T>(PICK(1e-37, 1e-300), 1.5), -INF, 4, 9008),
         // Chi-squared: each cut-off of the method.
@@ -213,14 +192,10 @@ std::vector<Case> cases() {
         EDGE(chi_squared_cdf<T>(200.5, 65), 1, 0, 0),
         EDGE(chi_squared_cdf<T>(INF, 3), 1, 0, 0),
         EDGE(chi_squared_cdf<T>(INF, 300), 1, 0, 0),
-        EDGE(chi_squared_cdf<T>(NAN, 3), NAN, 0, 0),
-        EDGE(chi_squared_cdf<T>(1, NAN), NAN, 0, 0),
         EDGE(chi_squared_inverse_cdf<T>(0, 3), NAN, 5, 9043),
         EDGE(chi_squared_inverse_cdf<T>(1, 3), NAN, 5, 9043),
         EDGE(chi_squared_inverse_cdf<T>(1.5, 3), NAN, 5, 9043, "%(r1%g)=1.5"),
         EDGE(chi_squared_inverse_cdf<T>(0.5, 0.4), NAN, 5, 9051),
-        EDGE(chi_squared_inverse_cdf<T>(NAN, 3), NAN, 0, 0),
-        EDGE(chi_squared_inverse_cdf<T>(0.5, NAN), NAN, 0, 0),
         // Below x = 1e-12 the function is 0 and jumps: the quantile is at the jump.
         NEAR(chi_squared_inverse_cdf<T>(1e-30, 0.5), 1e-12, 1e-12 * 20 * EPS),
         // F.
@@ -230,11 +205,9 @@ std::vector<Case> cases() {
         EDGE(F_cdf<T>(-1, 3, -4), NAN, 5, 9048),  // the degrees of freedom before f
         EDGE(F_cdf<T>(1, -3, 4.5), NAN, 5, 9048, "%(r1%g) %(r2%g)=-3 4.5"),
         EDGE(F_cdf<T>(INF, 3, 4), 1, 0, 0),
-        EDGE(F_cdf<T>(NAN, 3, 4), NAN, 0, 0),
         EDGE(F_inverse_cdf<T>(0, 3, 4), NAN, 5, 9043),
         EDGE(F_inverse_cdf<T>(1, 3, 4), NAN, 5, 9043),
         EDGE(F_inverse_cdf<T>(0.5, 0, 4), NAN, 5, 9048),
-        EDGE(F_inverse_cdf<T>(NAN, 3, 4), NAN, 0, 0),
         // With one degree of freedom each, 1 - v = cos^2(pi p/2): below eps this close to 1.
         EDGE(F_inverse_cdf<T>(PICK(0.99999994, 1 - 1e-9), 1, 1), INF, 4, 9008),
         EDGE(F_inverse_cdf<T>(0.5, 2, 2), 1, 0, 0),
@@ -250,8 +223,6 @@ std::vector<Case> cases() {
         EDGE(beta_incomplete<T>(0.5, 0, 3), NAN, 5, 9031),
         EDGE(beta_incomplete<T>(0.5, -2, 3), NAN, 5, 9031, "%(r1%g) %(r2%g)=-2 3"),
         EDGE(beta_incomplete<T>(0.5, 2, -1), NAN, 5, 9031),
-        EDGE(beta_incomplete<T>(NAN, 2, 3), NAN, 0, 0),
-        EDGE(beta_incomplete<T>(0.5, NAN, 3), NAN, 0, 0),
         EDGE(beta_incomplete<T>(1e-30, 40, 2), 0, 0, 0),  // the first term underflows
         // The first term alone, x^a/(a B(a, b)), its exponent ln x^a rounded to some 70 eps.
         NEAR(beta_incomplete<T>(1e-30, 1, 1), T(1e-30), T(1e-30) * 80 * EPS),
@@ -263,14 +234,12 @@ std::vector<Case> cases() {
         EDGE(beta_cdf<T>(7, 2, 3), 1, 1, 20416, "%(r1%g)=7"),
         EDGE(beta_cdf<T>(7, 0, 3), NAN, 5, 9031),  // the parameters first
         EDGE(beta_cdf<T>(0.5, 1, -0.5), NAN, 5, 9031),
-        EDGE(beta_cdf<T>(NAN, 1, 2), NAN, 0, 0),
         EDGE(beta_inverse_cdf<T>(0.5, 0, 2), NAN, 5, 9044),
         EDGE(beta_inverse_cdf<T>(0.5, -2, 3), NAN, 5, 9044, "%(r1%g)=-2"),
         EDGE(beta_inverse_cdf<T>(0.5, 2, -3), NAN, 5, 9045, "%(r1%g)=-3"),
         EDGE(beta_inverse_cdf<T>(0, 2, 3), NAN, 5, 9046),
         EDGE(beta_inverse_cdf<T>(1, 2, 3), NAN, 5, 9046),
         EDGE(beta_inverse_cdf<T>(1.25, 2, 3), NAN, 5, 9046, "%(r1%g)=1.25"),
-        EDGE(beta_inverse_cdf<T>(NAN, 2, 3), NAN, 0, 0),
         EDGE(beta_inverse_cdf<T>(0.1, 0.001, 1), 0, 0, 0),  // below the smallest number
         EDGE(beta_inverse_cdf<T>(0.375, 1, 1), 0.375, 0, 0),
         NEAR(beta_inverse_cdf<T>(0.5, 7, 7), 0.5, 4 * EPS),
@@ -283,14 +252,10 @@ std::vector<Case> cases() {
         EDGE(binomial_cdf<T>(1, -4, 0.5), NAN, 5, 9058, "%(i1)=-4"),
         EDGE(binomial_cdf<T>(1, 4, 2.5), NAN, 5, 9059, "%(r1%g)=2.5"),
         EDGE(binpr<T>(2, 5, -0.1), NAN, 5, 9059),
-        EDGE(binomial_cdf<T>(2, 5, NAN), NAN, 0, 0),
         EDGE(binomial_cdf<T>(0, 5, 0), 1, 0, 0),
-        EDGE(binpr<T>(0, 5, 0), 1, 0, 0),
         EDGE(binpr<T>(2, 5, 0), 0, 0, 0),
         EDGE(binomial_cdf<T>(4, 5, 1), 0, 0, 0),
-        EDGE(binomial_cdf<T>(5, 5, 1), 1, 0, 0),
         EDGE(binpr<T>(5, 5, 1), 1, 0, 0),
-        EDGE(binpr<T>(3, 5, 1), 0, 0, 0),
         EDGE(binomial_cdf<T>(0, 1, 0.25), 0.75, 0, 0),
         // Where the first terms underflow the sum starts at the first representable one: two
         // billion trials, within 1/sqrt(2 pi n p q) of 1/2 at the mean, ten deviations off.
@@ -301,12 +266,9 @@ std::vector<Case> cases() {
         EDGE(poisson_cdf<T>(3, 0), NAN, 5, 9064),
         EDGE(poisson_cdf<T>(2, -0.5), NAN, 5, 9064, "%(r1%g)=-0.5"),
         EDGE(poisson_cdf<T>(0, EPS / 4), 1, 0, 0),
-        EDGE(poisson_cdf<T>(3, NAN), NAN, 0, 0),
         EDGE(poisson_cdf<T>(3, INF), 0, 0, 0),
         EDGE(poisson_cdf<T>(2000000000, 5), 1, 0, 0),  // without summing two billion terms
-        EDGE(poisson_cdf<T>(80, 5), 1, 0, 0),
         EDGE(poisson_cdf<T>(3, 1e30), 0, 0, 0),
-        EDGE(poisson_cdf<T>(1000, 1e6), 0, 0, 0),
         NEAR(poisson_cdf<T>(100000000, 1e8), 0.5, PICK(1e-2, 1e-4)),
         EDGE(hypergeometric_cdf<T>(-2, 5, 4, 20), 0, 1, 9054, "%(l1) %(i1)=k -2"),
         EDGE(hypergeometric_cdf<T>(7, 5, 4, 20), 1, 1, 9063, "%(i1) %(i2)=7 5"),
@@ -328,10 +290,7 @@ std::vector<Case> cases() {
         EDGE(bivariate_normal_cdf<T>(INF, 1.5, 0.3), normal_cdf<T>(1.5), 0, 0),
         EDGE(bivariate_normal_cdf<T>(2, -INF, 0.3), 0, 0, 0),
         EDGE(bivariate_normal_cdf<T>(INF, INF, 0.3), 1, 0, 0),
-        EDGE(bivariate_normal_cdf<T>(NAN, 1, 0.3), NAN, 0, 0),
-        EDGE(bivariate_normal_cdf<T>(1, 1, NAN), NAN, 0, 0),
         NEAR(bivariate_normal_cdf<T>(0, 0, -0.9), 0.25 + std::asin(double(T(-0.9))) / (2 * M_PI), 2 * EPS),
-        NEAR(bivariate_normal_cdf<T>(0, 0, 0.5), 0.25 + std::asin(0.5) / (2 * M_PI), 2 * EPS),
         // The non-central chi-squared and t.
         EDGE(non_central_chi_sq<T>(0, 3, 2), 0, 1, 30069),
         EDGE(non_central_chi_sq<T>(-1, 3, 2), 0, 1, 30069),
@@ -340,7 +299,6 @@ std::vector<Case> cases() {
         EDGE(non_central_chi_sq<T>(1, 150000, 60000), NAN, 5, 30068, "%(r1%g) %(r2%g)=150000 60000"),
         EDGE(non_central_chi_sq<T>(1, 250000, 0), NAN, 5, 30068, "", 30066),
         EDGE(non_central_chi_sq<T>(INF, 3, 2), 1, 0, 0),
-        EDGE(non_central_chi_sq<T>(NAN, 3, 2), NAN, 0, 0),
         // A vanishing delta changes nothing beyond the truncation and the central function's
         // 3e-8.
         NEAR(non_central_chi_sq<T>(3, 4, 1e-6), chi_squared_cdf<T>(3, 4), 1e-6 + 3e-8 + 200 * EPS),
@@ -349,21 +307,17 @@ std::vector<Case> cases() {
         EDGE(non_central_chi_sq_inv<T>(0.5, 0.25, 2), NAN, 5, 30066),
         EDGE(non_central_chi_sq_inv<T>(0.5, 3, -2), NAN, 5, 30067),
         EDGE(non_central_chi_sq_inv<T>(0.5, 1e5, 1.5e5), NAN, 5, 30068),
-        EDGE(non_central_chi_sq_inv<T>(NAN, 3, 2), NAN, 0, 0),
         EDGE(non_central_t_cdf<T>(1, 0, 1), NAN, 5, 11021),
         EDGE(non_central_t_cdf<T>(1, -3, 1), NAN, 5, 11021, "%(i1)=-3"),
         EDGE(non_central_t_cdf<T>(INF, 3, 1), 1, 0, 0),
         EDGE(non_central_t_cdf<T>(-INF, 3, 1), 0, 0, 0),
         EDGE(non_central_t_cdf<T>(2, 3, INF), 0, 0, 0),
         EDGE(non_central_t_cdf<T>(2, 3, -INF), 1, 0, 0),
-        EDGE(non_central_t_cdf<T>(NAN, 3, 1), NAN, 0, 0),
-        EDGE(non_central_t_cdf<T>(1, 3, NAN), NAN, 0, 0),
         // A large df tends to the normal of mean delta; the float twin's 100000 terms cost it.
         NEAR(non_central_t_cdf<T>(1.5, 100000, 1), normal_cdf<T>(0.5), PICK(1e-3, 1e-4)),
         EDGE(non_central_t_inv_cdf<T>(0, 3, 1), NAN, 5, 9043),
         EDGE(non_central_t_inv_cdf<T>(1.5, 3, 1), NAN, 5, 9043),
         EDGE(non_central_t_inv_cdf<T>(0.5, 0, 1), NAN, 5, 11021),
-        EDGE(non_central_t_inv_cdf<T>(NAN, 3, 1), NAN, 0, 0),
         NEAR(non_central_t_inv_cdf<T>(normal_cdf<T>(-1.25), 7, 1.25), 0, 20 * EPS),
     };
 }

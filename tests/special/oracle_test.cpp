@@ -81,24 +81,25 @@ double owens_limit_error(double t, int df, double delta) {
 
 std::vector<OracleCheck> checks() {
     return {
-        check({exported("erf"), {{"all", 1000}}},
+        check(exported("erf"),
               [](R r, W w, double got) -> Verdict {
                   return {"all", rel_eps(w, got, r["erf"]) / 1.25, r["erf"]};
               }),
         // 1 - x(1 + s) below x = 1 loses up to two bits; beyond xmax, an underflow.
-        check({exported("erfc"), {{"all", 1000}}},
+        check(exported("erfc"),
               [](R r, W w, double got) -> Verdict {
                   if (w(r["x"]) > korvs_test::erf_limits(w).xmax) return {};
                   return {"all", rel_eps(w, got, r["erfc"]) / 3.5, r["erfc"]};
               }),
         // Within some 2e-10 (double) or 9e-6 (float) of 2 a warning, and the work goes on.
-        check({exported("erfc_inverse"), {{"all", 500}}, {30002}},
+        check(exported("erfc_inverse"),
               [](R r, W w, double got) -> Verdict {
                   return {"all", rel_eps(w, got, r["erfcinv"]) / 2, r["erfcinv"]};
-              }),
+              },
+              {30002}),
         // erfc(-x/sqrt(2))/2: the rounding of x/sqrt(2) is magnified some x^2 times below 0;
         // below where erfc underflows, 0 without a message.
-        check({exported("normal_cdf"), {{"0", 11}, {"all", 700}}},
+        check(exported("normal_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double x = w(r["x"]);
                   if (x < -korvs_test::erf_limits(w).xmax * std::sqrt(2.0) * (1 - 1e-4))
@@ -107,7 +108,7 @@ std::vector<OracleCheck> checks() {
               }),
         // The rational approximation with seven-digit coefficients, on purpose, evaluated
         // exactly from u = |1 - 2p| as the twin forms it.
-        check({exported("normal_inverse_cdf"), {{"all", 500}}},
+        check(exported("normal_inverse_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const long double e = r[w.single ? "approximation_float" : "approximation_double"];
                   return {"all", rel_eps(w, got, e) / 2, e};
@@ -115,7 +116,7 @@ std::vector<OracleCheck> checks() {
         // The series and up to ten steps of the recurrence within |x| <= 10; beyond, the
         // rounding of Stirling's exponent becomes relative. Near the bounds and the poles the
         // edge cases tell.
-        check({exported("gamma"), {{"all", 1300}}},
+        check(exported("gamma"),
               [](R r, W w, double got) -> Verdict {
                   const double x = w(r["x"]);
                   const long double e = r["gamma"];
@@ -126,7 +127,7 @@ std::vector<OracleCheck> checks() {
               }),
         // Relative to max(1, |ln gamma|); below -10, where ln |sin(pi x)| and Stirling's terms
         // cancel, to the largest term.
-        check({exported("log_gamma"), {{"all", 2000}}},
+        check(exported("log_gamma"),
               [](R r, W w, double got) -> Verdict {
                   const double x = w(r["x"]);
                   const long double e = r["log_gamma"];
@@ -134,7 +135,7 @@ std::vector<OracleCheck> checks() {
                   const double scale = std::max(1.0, x < -10 ? stirling(x) : std::fabs(double(e)));
                   return {"all", double(std::fabs(got - e)) / (scale * w.eps) / 2, e};
               }),
-        check({exported("log_beta"), {{"all", 590}}},
+        check(exported("log_beta"),
               [](R r, W w, double got) -> Verdict {
                   const long double e = r["log_beta"];
                   const double scale = log_beta_scale(w(r["a"]), w(r["b"]), double(e)) * (w.single ? 4 : 3);
@@ -142,7 +143,7 @@ std::vector<OracleCheck> checks() {
               }),
         // A ratio of gammas below gamma's bound (three gammas of the float series, three
         // units each), exp(ln beta) above.
-        check({exported("beta"), {{"all", 490}}},
+        check(exported("beta"),
               [](R r, W w, double got) -> Verdict {
                   const double a = w(r["a"]), b = w(r["b"]), lb = double(r["log_beta"]),
                                xmax = korvs_test::gamma_xmax(w);
@@ -154,7 +155,7 @@ std::vector<OracleCheck> checks() {
               }),
         // A product of at most 20 terms while k ln n is in range, two half-unit roundings a
         // step; else exp of a logarithm, whose rounding becomes relative.
-        check({exported("binomial_coefficient"), {{"all", 340}}},
+        check(exported("binomial_coefficient"),
               [](R r, W w, double got) -> Verdict {
                   const int n = int(r["n"]), m = int(r["m"]), k = std::min(m, n - m);
                   const long double e = r["binomial"];
@@ -165,7 +166,7 @@ std::vector<OracleCheck> checks() {
               }),
         // exp(ln gamma(a) + a ln x + ln gamma*(a, x)). Near x = a with a large, the
         // continued fractions need more than their 200 terms.
-        check({exported("gamma_incomplete"), {{"all", 750}}},
+        check(exported("gamma_incomplete"),
               [](R r, W w, double got) -> Verdict {
                   const double a = w(r["a"]), x = w(r["x"]);
                   const long double e = r["lower"];
@@ -179,17 +180,19 @@ std::vector<OracleCheck> checks() {
               }),
         // AS 32 to the twin's rounding (a float twin's stopping tests may end a sum a term
         // earlier or later: 2e-8 beside), where the factor is in the twin's range.
-        check({exported("gamma_cdf"), {{"all", 750}}, {}, "as32"},
-              [](R r, W w, double got) -> Verdict {
-                  const double a = w(r["a"]), x = w(r["x"]);
-                  const long double e = r["as32"];
-                  if (std::isnan(double(e)) || a * std::log(x) - std::lgamma(a) - x < std::log(w.tiny) + 1)
-                      return {};
-                  const double error = std::max(0.0, double(std::fabs(got - e)) - (w.single ? 2e-8 : 0));
-                  return {"all", error / (double(e) * w.eps * gamma_exponent(a, x)) / 4, e};
-              }),
+        check(
+            exported("gamma_cdf"),
+            [](R r, W w, double got) -> Verdict {
+                const double a = w(r["a"]), x = w(r["x"]);
+                const long double e = r["as32"];
+                if (std::isnan(double(e)) || a * std::log(x) - std::lgamma(a) - x < std::log(w.tiny) + 1)
+                    return {};
+                const double error = std::max(0.0, double(std::fabs(got - e)) - (w.single ? 2e-8 : 0));
+                return {"all", error / (double(e) * w.eps * gamma_exponent(a, x)) / 4, e};
+            },
+            {}, "as32"),
         // The truth to twice the method's tolerance of 1e-8 absolute, beyond the rounding.
-        check({exported("gamma_cdf"), {{"all", 840}}},
+        check(exported("gamma_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const long double e = r["p"];
                   const double rounding = double(e) * w.eps * 4 * gamma_exponent(w(r["a"]), w(r["x"]));
@@ -198,7 +201,7 @@ std::vector<OracleCheck> checks() {
         // Hill's algorithm: the incomplete beta function where t^2 >= df (the truth), his
         // cosine sum and tail series (with his constants), his normal transformation, whose y
         // from a ln(1 + t^2/df) erfc magnifies by y^2. q is the two-tail probability.
-        check({exported("t_cdf"), {{"all", 930}}},
+        check(exported("t_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const long double e = r["method"];
                   if (std::fabs(e) < w.tiny) return {};
@@ -213,7 +216,7 @@ std::vector<OracleCheck> checks() {
         // function with its exponent's rounding) against the truth. Near p = 1/2 every form
         // cancels, in proportion to 1/t^2, and the expansion's t^2 = df y with y from
         // exp(a y'^2) - 1.
-        check({exported("t_inverse_cdf"), {{"all", 340}}},
+        check(exported("t_inverse_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const int b = int(r["branch"]);
                   const long double e = b == 2 ? r["quantile"] : r[w.single ? "hill_float" : "hill_double"];
@@ -226,7 +229,7 @@ std::vector<OracleCheck> checks() {
         // with exp(a ln b - b) and gamma(a), the upper one as 1 - Q. The far lower tail of
         // the normal form is 0 with an alert.
         check(
-            {exported("chi_squared_cdf"), {{"0 and 1", 200}, {"all", 650}}, {9019}},
+            exported("chi_squared_cdf"),
             [](R r, W w, double got) -> Verdict {
                 const long double m = r[w.single ? "method_float" : "method_double"];
                 if (std::isnan(double(m)) || (m != 0 && m < w.tiny)) return {};
@@ -241,11 +244,12 @@ std::vector<OracleCheck> checks() {
                     std::fabs(a * std::log(x / 2)) + x / 2 + std::fabs((a - 0.5) * std::log(a));
                 return {"all", rel_eps(w, got, m) / (1 + exponent * (b == 4 ? double((1 - m) / m) : 1)) / 3,
                         m};
-            }),
+            },
+            {9019}),
         // Where the function is a series, the true quantile to the search's 10 eps and the
         // function's rounding (df eps where it is 1 - Q, and the upper series' own 3e-8 in
         // the double twin) over x f(x); where it is Wilson-Hilferty, that form's 5e-3.
-        check({exported("chi_squared_inverse_cdf"), {{"series", 41}, {"Wilson-Hilferty", 16}}},
+        check(exported("chi_squared_inverse_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double p = w(r["p"]), df = w(r["df"]), h = 1e-3;
                   const long double e = r["quantile"];
@@ -260,7 +264,7 @@ std::vector<OracleCheck> checks() {
                   return {"series", rel_eps(w, got, e) / (10 + noise / xf / w.eps), e};
               }),
         // 1 - I_x(n/2, m/2) or I_(1-x)(m/2, n/2): absolutely accurate, to its noise.
-        check({exported("F_cdf"), {{"all", 640}}},
+        check(exported("F_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double noise = f_noise(w(r["f"]), w(r["df_num"]), w(r["df_den"]));
                   return {"all", double(std::fabs(got - r["cdf"])) / (w.eps * noise) / 2, r["cdf"]};
@@ -269,7 +273,7 @@ std::vector<OracleCheck> checks() {
         // (relative below y = 0.2) over its slope f dF/df = v (1 - v) b(v); infinite with
         // FATAL 9008 where 1 - v < eps; a tail below the noise from y = 0.6 on is wherever F
         // meets p within it.
-        check({exported("F_inverse_cdf"), {{"infinite", 1}, {"quantile", 401}}, {9008}},
+        check(exported("F_inverse_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double p = w(r["p"]), m = w(r["df_num"]), n = w(r["df_den"]);
                   const long double e = r["quantile"];
@@ -284,10 +288,11 @@ std::vector<OracleCheck> checks() {
                       return {"unresolved", std::fabs(TWIN_CALL(w, F_cdf, got, m, n) - p) / floor, p};
                   const double noise = floor * (y < 0.2 ? std::max(tail, w.eps) : 1);
                   return {"quantile", double(std::fabs(got - e) / e) / (8 * w.eps + noise / slope), e};
-              }),
+              },
+              {9008}),
         // The finite sum raises the fractional part of q by up to q terms, the continued
         // fraction takes some sqrt(b); terms below tiny^0.95 are flushed.
-        check({exported("beta_incomplete"), {{"flushed", 100}, {"all", 1600}, {"continued fraction", 5}}},
+        check(exported("beta_incomplete"),
               [](R r, W w, double got) -> Verdict {
                   const double x = w(r["x"]), a = w(r["a"]), b = w(r["b"]), flushed = std::pow(w.tiny, 0.9);
                   const long double e = r["value"];
@@ -300,7 +305,7 @@ std::vector<OracleCheck> checks() {
                           double(std::fabs(got - e) / (swap ? 1.0L : e)) / scale, e};
               }),
         // Inside (0, 1) the distribution function is the incomplete beta function itself.
-        check({exported("beta_cdf"), {{"inside", 1001}}},
+        check(exported("beta_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double x = w(r["x"]);
                   if (!(x > 0 && x < 1)) return {};
@@ -310,7 +315,7 @@ std::vector<OracleCheck> checks() {
         // Solved to 4 eps of u = min(x, 1 - x); then the function's noise over its slope
         // u dI/du. Tails below that noise are out of reach, and are where I meets p within it.
         check(
-            {exported("beta_inverse_cdf"), {{"all", 400}}},
+            exported("beta_inverse_cdf"),
             [](R r, W w, double got) -> Verdict {
                 const double p = w(r["p"]), a = w(r["a"]), b = w(r["b"]);
                 const long double x = r["quantile"], xc = r["complement"];
@@ -330,7 +335,7 @@ std::vector<OracleCheck> checks() {
                 return {"all", double(std::fabs(got - x)) / allowed, x};
             }),
         // Above the mean the sum is a complement, absolutely accurate.
-        check({exported("binomial_cdf"), {{"all", 300}}},
+        check(exported("binomial_cdf"),
               [](R r, W w, double got) -> Verdict {
                   bool reversed = false;
                   const double scale = binomial_scale(r, w, &reversed);
@@ -338,7 +343,7 @@ std::vector<OracleCheck> checks() {
                   if (e < 1e3 * w.tiny) return {};
                   return {"all", double(std::fabs(got - e) / (reversed ? 1 : e)) / (w.eps * scale) / 1.5, e};
               }),
-        check({exported("binpr"), {{"all", 300}}},
+        check(exported("binpr"),
               [](R r, W w, double got) -> Verdict {
                   bool reversed = false;
                   const double scale = binomial_scale(r, w, &reversed);
@@ -347,7 +352,7 @@ std::vector<OracleCheck> checks() {
               }),
         // The two-ended sum: at most the distance from either end to the mode, through the
         // range where the terms are representable, and the exponent of the term at k.
-        check({exported("poisson_cdf"), {{"all", 200}}},
+        check(exported("poisson_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const int k = int(r["k"]);
                   const double t = w(r["theta"]), top = std::fabs(k * std::log(t) - t - std::lgamma(k + 1.0));
@@ -357,7 +362,7 @@ std::vector<OracleCheck> checks() {
               }),
         // One rounding per factor of the first term and step of the recurrence; terms below
         // 10 tiny are counted, not added; the upper tail is a complement.
-        check({exported("hypergeometric_cdf"), {{"all", 80}}},
+        check(exported("hypergeometric_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const int k = int(r["k"]), sample = int(r["sample"]), defectives = int(r["defectives"]);
                   const long double e = r["cdf"];
@@ -370,7 +375,7 @@ std::vector<OracleCheck> checks() {
         // Owen's identity as the routine forms it (T with Owen's limit where |h a| >= 4):
         // terms of the size of (Phi(x) + Phi(y))/2 subtracted, T's series good to eps on the
         // scale of 1/4, and 1/sqrt(1 - rho^2) magnifying the rounding of T's arguments.
-        check({exported("bivariate_normal_cdf"), {{"all", 480}}},
+        check(exported("bivariate_normal_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double x = w(r["x"]), y = w(r["y"]), rho = w(r["rho"]), m = double(r["method"]);
                   const double c = 1 / std::sqrt((1 - rho) * (1 + rho)), terms = 0.5 * (phi(x) + phi(y));
@@ -379,7 +384,7 @@ std::vector<OracleCheck> checks() {
         // The Poisson mixture from its largest weight until the rest is below 100 eps, and
         // some sqrt(df + delta) steps of the recurrences; up to delta = 1e-10 the central
         // function itself.
-        check({exported("non_central_chi_sq"), {{"central", 21}, {"all", 150}}},
+        check(exported("non_central_chi_sq"),
               [](R r, W w, double got) -> Verdict {
                   const double x = w(r["x"]), df = w(r["df"]), delta = w(r["delta"]);
                   if (delta <= 1e-10) {
@@ -391,7 +396,7 @@ std::vector<OracleCheck> checks() {
               }),
         // The search's 10 eps and the function's noise over its slope; where F is noise, the
         // quantile is where F meets p within a few times it.
-        check({exported("non_central_chi_sq_inv"), {{"quantile", 31}}},
+        check(exported("non_central_chi_sq_inv"),
               [](R r, W w, double got) -> Verdict {
                   const double p = w(r["p"]), df = w(r["df"]), delta = w(r["delta"]), h = 1e-3;
                   const double slope = (TWIN_CALL(w, non_central_chi_sq, got * (1 + h), df, delta) -
@@ -406,7 +411,7 @@ std::vector<OracleCheck> checks() {
               }),
         // Owen's T alone at df = 1, T and the odd M terms, the even M terms: absolutely
         // accurate, and Owen's limit in T where |h a| >= 4 for odd df.
-        check({exported("non_central_t_cdf"), {{"all", 320}}},
+        check(exported("non_central_t_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double t = w(r["t"]), delta = w(r["delta"]);
                   const int df = int(r["df"]);
@@ -416,7 +421,7 @@ std::vector<OracleCheck> checks() {
               }),
         // Bracket and secant: 10 eps, and the function's noise over its density (from a
         // difference of the double twin).
-        check({exported("non_central_t_inv_cdf"), {{"all", 80}}},
+        check(exported("non_central_t_inv_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const double delta = w(r["delta"]), h = 1e-4 * std::max(1.0, std::fabs(got));
                   const int df = int(r["df"]);

@@ -109,31 +109,6 @@ template <class T> void symmetries() {
             EXPECT_LE(lower, T(0.5));
         }
     }
-    // The hypergeometric distribution is symmetric in the sample and the defectives.
-    for (int lot : {20, 300})
-        for (int a : {3, 11, 17})
-            for (int b : {5, 12})
-                for (int k = 0; k <= std::min(a, b); ++k)
-                    EXPECT_NEAR(tw::hypergeometric_cdf<T>(k, a, b, lot),
-                                tw::hypergeometric_cdf<T>(k, b, a, lot), 8 * eps<T> * (1 + a + b))
-                        << k << ", " << a << ", " << b << ", " << lot;
-    // The non-central t: central at delta = 0 (where Hill's t is an exact form), and
-    // P(T <= t; delta) + P(T <= -t; -delta) = 1.
-    for (int df : {1, 2, 5, 12, 40}) {
-        for (T t : {T(-3), T(-0.7), T(0.2), T(1.9), T(6)}) {
-            const double noise = eps<T> * (4 + std::sqrt(double(df)) +
-                                           8 * std::min(std::fabs(double(t)) / std::sqrt(df), 1.0));
-            if (df < 20 || t * t < 4 || t * t >= df) {
-                EXPECT_NEAR(tw::non_central_t_cdf<T>(t, df, 0), tw::t_cdf<T>(t, df), 4 * noise + 8 * eps<T>)
-                    << t << ", " << df;
-            }
-            for (T delta : {T(-1.5), T(0.8), T(2.5)})
-                EXPECT_NEAR(double(tw::non_central_t_cdf<T>(t, df, delta)) +
-                                tw::non_central_t_cdf<T>(-t, df, -delta),
-                            1, 4 * noise)
-                    << t << ", " << df << ", " << delta;
-        }
-    }
 }
 
 // From 0 up to 1, never down beyond the method's tolerance of 1e-8, and the float twin
@@ -166,6 +141,35 @@ TEST_F(KorvsTest, SymmetriesAndMonotonicity) {
     gamma_cdf_rises<float>();
     gamma_cdf_rises<double>();
     EXPECT_TRUE(errors().empty());
+}
+
+// A NaN in any real argument of any routine (a column of its table that is not all whole
+// numbers) gives NaN without a message; the edge cases tell the exceptions (erfc_inverse).
+TEST_F(KorvsTest, NaNPassesSilently) {
+    int count = 0;
+    for (const auto& list : {korvs_oracle::distribution_routines(), korvs_oracle::special_routines()}) {
+        for (const korvs_oracle::Routine& r : list) {
+            const korvs_oracle::Table table =
+                korvs_oracle::read_table(std::string(KORVS_TEST_DATA) + "/" + r.table);
+            for (std::size_t i = 0; i < r.arguments.size() && r.name != "erfc_inverse"; ++i) {
+                if (std::all_of(table.rows.begin(), table.rows.end(),
+                                [i](auto& v) { return v[i] == std::trunc(v[i]); }))
+                    continue;
+                korvs_oracle::Row row = table.rows.at(table.rows.size() / 2);
+                row[i] = NAN;
+                for (bool single : {true, false}) {
+                    clear();
+                    ++count;
+                    const double got = r.call(row, single);
+                    EXPECT_TRUE(std::isnan(got) && errors().empty())
+                        << r.name << " (" << (single ? "float" : "double") << ") with " << r.arguments[i]
+                        << " NaN: " << got << (errors().empty() ? "" : ", raised ")
+                        << (errors().empty() ? 0 : errors()[0].code);
+                }
+            }
+        }
+    }
+    EXPECT_GT(count, 100);
 }
 
 // A quantile x of p undoes its distribution function F when F moves from at most p to at

@@ -18,38 +18,16 @@ namespace tw {
         else                                                                                                 \
             return korvs_d_##name(a...);                                                                     \
     }
-
-KORVS_TWIN(erf)
-KORVS_TWIN(erfc)
-KORVS_TWIN(erfc_inverse)
-KORVS_TWIN(normal_cdf)
-KORVS_TWIN(normal_inverse_cdf)
-KORVS_TWIN(gamma)
-KORVS_TWIN(log_gamma)
-KORVS_TWIN(beta)
-KORVS_TWIN(log_beta)
-KORVS_TWIN(factorial)
-KORVS_TWIN(binomial_coefficient)
-KORVS_TWIN(gamma_incomplete)
-KORVS_TWIN(gamma_cdf)
-KORVS_TWIN(t_cdf)
-KORVS_TWIN(t_inverse_cdf)
-KORVS_TWIN(chi_squared_cdf)
-KORVS_TWIN(chi_squared_inverse_cdf)
-KORVS_TWIN(F_cdf)
-KORVS_TWIN(F_inverse_cdf)
-KORVS_TWIN(beta_incomplete)
-KORVS_TWIN(beta_cdf)
-KORVS_TWIN(beta_inverse_cdf)
-KORVS_TWIN(binomial_cdf)
-KORVS_TWIN(binpr)
-KORVS_TWIN(poisson_cdf)
-KORVS_TWIN(hypergeometric_cdf)
-KORVS_TWIN(bivariate_normal_cdf)
-KORVS_TWIN(non_central_chi_sq)
-KORVS_TWIN(non_central_chi_sq_inv)
-KORVS_TWIN(non_central_t_cdf)
-KORVS_TWIN(non_central_t_inv_cdf)
+// clang-format off
+#define KORVS_EXPORTED(X)                                                                                    \
+    X(erf) X(erfc) X(erfc_inverse) X(normal_cdf) X(normal_inverse_cdf) X(gamma) X(log_gamma) X(beta)        \
+    X(log_beta) X(factorial) X(binomial_coefficient) X(gamma_incomplete) X(gamma_cdf) X(t_cdf)              \
+    X(t_inverse_cdf) X(chi_squared_cdf) X(chi_squared_inverse_cdf) X(F_cdf) X(F_inverse_cdf)                 \
+    X(beta_incomplete) X(beta_cdf) X(beta_inverse_cdf) X(binomial_cdf) X(binpr) X(poisson_cdf)               \
+    X(hypergeometric_cdf) X(bivariate_normal_cdf) X(non_central_chi_sq) X(non_central_chi_sq_inv)            \
+    X(non_central_t_cdf) X(non_central_t_inv_cdf)
+// clang-format on
+KORVS_EXPORTED(KORVS_TWIN)
 
 }  // namespace tw
 
