@@ -66,6 +66,18 @@ inline double rel_eps(const Twin& w, double got, long double exact) {
     return double(exact == 0 ? diff / w.tiny : diff / (std::fabs(exact) * w.eps));
 }
 
+// The verdicts of a row: got's error relative to e, or absolute, in eps over a scale (the
+// tier times what the rounding grows with); or whether got is exactly e.
+inline Verdict rel(const Twin& w, double got, long double e, double scale, const char* group = "all") {
+    return {group, rel_eps(w, got, e) / scale, e};
+}
+inline Verdict absolute(const Twin& w, double got, long double e, double scale, const char* group = "all") {
+    return {group, double(std::fabs(got - e)) / (w.eps * scale), e};
+}
+inline Verdict exactly(double got, long double e, const char* group) {
+    return {group, got == e ? 0 : 1e30, e};
+}
+
 inline void check_oracle(const OracleCheck& c) {
     const korvs_oracle::Table table =
         korvs_oracle::read_table(std::string(KORVS_TEST_DATA) + "/" + c.routine.table);
