@@ -47,6 +47,8 @@ template <class F> std::function<double(bool)> in_twins(F f) {
 #define EPS std::numeric_limits<T>::epsilon()
 #define TINY std::numeric_limits<T>::min()
 #define PICK(f, d) (sizeof(T) == sizeof(float) ? (f) : (d))
+#define TWIN                                                                                                 \
+    ::korvs_test::Twin { sizeof(T) == sizeof(float) }
 
 class EdgeCaseTest : public KorvsTest {
 protected:

@@ -19,34 +19,24 @@ using korvs_test::Case;
 using korvs_test::EdgeCaseTest;
 using korvs_test::KorvsTest;
 
-// erf is +-1 beyond xbig, erfc 0 beyond xmax (with an alert), from their definitions.
-template <class T> T xbig() { return std::sqrt(-std::log(T(1.7724538509055159) * EPS / 2)); }
-template <class T> T xmax() {
-    const T txmax = std::sqrt(-std::log(T(1.7724538509055159) * TINY));
-    return txmax - T(0.5) * std::log(txmax) / txmax - T(0.01);
-}
-// The largest x whose gamma the twin holds, from ln gamma.
-template <class T> double gamma_bound() {
-    double lo = 10, hi = 200;
-    for (int i = 0; i < 100; ++i)
-        (std::lgamma((lo + hi) / 2) < std::log(double(std::numeric_limits<T>::max())) ? lo : hi) =
-            (lo + hi) / 2;
-    return lo;
-}
+// erf is +-1 beyond xbig, erfc 0 beyond xmax (with an alert); gamma overflows beyond its
+// bound: each from its definition.
+#define LIMITS korvs_test::erf_limits(TWIN)
+#define GAMMA_BOUND korvs_test::gamma_xmax(TWIN)
 
 std::vector<Case> cases() {
     return {
         // The error functions and the normal distribution.
         EDGE(erf<T>(0), 0, 0, 0),
-        EDGE(erf<T>(xbig<T>() * (1 + 8 * EPS)), 1, 0, 0),
-        EDGE(erf<T>(-xbig<T>() * (1 + 8 * EPS)), -1, 0, 0),
+        EDGE(erf<T>(T(LIMITS.xbig) * (1 + 8 * EPS)), 1, 0, 0),
+        EDGE(erf<T>(-T(LIMITS.xbig) * (1 + 8 * EPS)), -1, 0, 0),
         EDGE(erf<T>(-INF), -1, 0, 0),
         EDGE(erfc<T>(0), 1, 0, 0),
-        EDGE(erfc<T>(-xbig<T>()), 2, 0, 0),
+        EDGE(erfc<T>(-T(LIMITS.xbig)), 2, 0, 0),
         EDGE(erfc<T>(-INF), 2, 0, 0),
-        EDGE(erfc<T>(xmax<T>() * (1 + 8 * EPS)), 0, 2, 9015),
+        EDGE(erfc<T>(T(LIMITS.xmax) * (1 + 8 * EPS)), 0, 2, 9015),
         EDGE(erfc<T>(30), 0, 2, 9015, "%(r1%.9g)=30"),
-        NEAR(erfc<T>(xmax<T>() * (1 - 8 * EPS)) / TINY, 500, 499.9),  // tiny, not 0
+        NEAR(erfc<T>(T(LIMITS.xmax) * (1 - 8 * EPS)) / TINY, 500, 499.9),  // tiny, not 0
         EDGE(erfc_inverse<T>(1), 0, 0, 0),
         EDGE(erfc_inverse<T>(0), NAN, 4, 120),
         EDGE(erfc_inverse<T>(2), NAN, 4, 120),
@@ -72,9 +62,9 @@ std::vector<Case> cases() {
         EDGE(gamma<T>(std::numeric_limits<T>::denorm_min()), NAN, 4, 9011),
         EDGE(gamma<T>(INF), NAN, 4, 9009),
         EDGE(gamma<T>(-INF), 0, 2, 9014),
-        FINITE(gamma<T>(gamma_bound<T>() - 0.02), 0, 0),
-        EDGE(gamma<T>(gamma_bound<T>() + 0.01), NAN, 4, 9009),
-        EDGE(gamma<T>(-gamma_bound<T>() - 2.5), 0, 2, 9014),
+        FINITE(gamma<T>(GAMMA_BOUND - 0.02), 0, 0),
+        EDGE(gamma<T>(GAMMA_BOUND + 0.01), NAN, 4, 9009),
+        EDGE(gamma<T>(-GAMMA_BOUND - 2.5), 0, 2, 9014),
         FINITE(gamma<T>(T(-1) * (1 + 4 * EPS)), 3, 9020),
         FINITE(gamma<T>(T(-15) * (1 + 4 * EPS)), 3, 9020),
         EDGE(log_gamma<T>(1), 0, 0, 0),

@@ -1,6 +1,6 @@
-// The inner routines from inside, where a table of values says too little: the Chebyshev
-// sums against the series summed term by term, the quantile search on made-up functions,
-// the Poisson term's pieces and the gamma function's helpers against long double forms,
+// The inner routines from inside, where a table of values says too little: the terms
+// inits keeps of each Chebyshev series (Clenshaw's sum itself is in every value of erf), the quantile search
+// on made-up functions, the Poisson term's pieces and the gamma function's helpers against long double forms,
 // the frames errors are raised in, and the per-thread records.
 #include <gtest/gtest.h>
 
@@ -21,18 +21,8 @@ using korvs_test::KorvsTest;
 
 template <class T> constexpr double eps = std::numeric_limits<T>::epsilon();
 
-// c0/2 + sum c_k T_k(t), T_k(t) = cos(k acos t) inside [-1, 1], cosh(k acosh |t|) with the
-// sign of t^k outside.
-long double direct_sum(const double* cs, int n, long double t) {
-    long double sum = cs[0] / 2.0L;
-    for (int k = 1; k < n; ++k)
-        sum +=
-            cs[k] * (std::fabs(t) <= 1 ? std::cos(k * std::acos(t))
-                                       : std::cosh(k * std::acosh(std::fabs(t))) * (t < 0 && k % 2 ? -1 : 1));
-    return sum;
-}
-
-template <class T> void chebyshev() {
+// inits keeps the terms that leave a tail of at most eta, and not one more.
+template <class T> void chebyshev_tails() {
     struct Table {
         const double* cs;
         int n;
@@ -44,15 +34,6 @@ template <class T> void chebyshev() {
     const T eta = T(0.1) * T(eps<T> / 2);
     for (const Table& table : tables) {
         const std::vector<T> cs(table.cs, table.cs + table.n);
-        long double scale = 0;
-        for (int k = 0; k < table.n; ++k)
-            scale += std::fabs(table.cs[k]);
-        // Clenshaw's sum, within [-1, 1] and to 1.1 (where a warning starts).
-        for (int i = -55; i <= 55; ++i) {
-            const T t = T(i) / 50, got = in_frame([&] { return korvs::csevl(t, cs.data(), table.n); });
-            ASSERT_NEAR(got, direct_sum(table.cs, table.n, t), 4 * eps<T> * scale) << t;
-        }
-        // inits keeps the terms that leave a tail of at most eta, and not one more.
         const int n = in_frame([&] { return korvs::inits(cs.data(), table.n, eta); });
         ASSERT_TRUE(n >= 1 && n < table.n) << "the table is too short for the twin";
         long double dropped = 0;
@@ -63,9 +44,9 @@ template <class T> void chebyshev() {
     }
 }
 
-TEST_F(KorvsTest, ChebyshevSums) {
-    chebyshev<float>();
-    chebyshev<double>();
+TEST_F(KorvsTest, InitsKeepsTheTailWithinTheTolerance) {
+    chebyshev_tails<float>();
+    chebyshev_tails<double>();
     EXPECT_TRUE(errors().empty());
 }
 
