@@ -1,5 +1,6 @@
 // The accuracy of the distribution functions and their inverses against the committed
-// oracle tables (tests/data, made by tools/gen_distribution_oracle.py), in units of the
+// oracle tables (tests/data, made by tools/gen_distribution_oracle.py; the registry of routines is
+// tests/support/oracle.hpp, which the test suite checks against the same tables), in units of the
 // twin's machine precision (2^-23, 2^-52), with the arguments where each largest error
 // occurs. For a distribution function: the largest relative error where the value is at
 // least 1e-3, and the largest absolute error over the whole grid (its tails are
@@ -23,63 +24,34 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "oracle.hpp"
+
 namespace {
 
-struct Table {
-    std::vector<std::string> columns;
-    std::vector<std::vector<long double>> rows;
-
-    std::size_t column(const std::string& name) const {
-        for (std::size_t i = 0; i < columns.size(); ++i)
-            if (columns[i] == name) return i;
-        std::fprintf(stderr, "no column %s\n", name.c_str());
-        std::exit(1);
-    }
-};
+using korvs_oracle::Routine;
+using korvs_oracle::Table;
 
 Table read_table(const std::string& directory, const std::string& name) {
-    Table table;
-    std::ifstream in(directory + "/" + name);
-    if (!in) {
+    Table table = korvs_oracle::read_table(directory + "/" + name);
+    if (table.columns.empty()) {
         std::fprintf(stderr, "cannot read %s/%s\n", directory.c_str(), name.c_str());
         std::exit(1);
-    }
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        std::vector<std::string> fields;
-        std::stringstream ss(line);
-        for (std::string field; std::getline(ss, field, ',');)
-            fields.push_back(field);
-        if (table.columns.empty()) {
-            table.columns = fields;
-            continue;
-        }
-        std::vector<long double> row;
-        for (const std::string& f : fields)
-            row.push_back(std::strtold(f.c_str(), nullptr));
-        table.rows.push_back(row);
     }
     return table;
 }
 
-// One routine over one table: the twin's value from a row, the exact value's column, and
-// the argument columns that name the region.
-struct Routine {
-    std::string name;
-    std::string table;
-    std::vector<std::string> arguments;
-    std::string exact;
-    std::function<double(const std::vector<long double>&, bool single)> call;
-    bool quantile = false;
-    // The columns of the prescribed approximation for the float and the double twin.
-    std::string method_float = {}, method_double = {};
-};
+std::size_t column(const Table& table, const std::string& name) {
+    const std::size_t i = table.column(name);
+    if (i == table.columns.size()) {
+        std::fprintf(stderr, "no column %s\n", name.c_str());
+        std::exit(1);
+    }
+    return i;
+}
 
 // The largest error of a kind and the row where it occurs.
 struct Largest {
@@ -95,8 +67,8 @@ struct Worst {
     Largest method;  // against the approximation, on its rows (relative; cdfs: values >= 1e-3)
 };
 
-std::string region(const Routine& r, const std::vector<std::size_t>& columns, const std::vector<long double>& row,
-                   long double exact) {
+std::string region(const Routine& r, const std::vector<std::size_t>& columns,
+                   const std::vector<long double>& row, long double exact) {
     std::ostringstream where;
     where.precision(7);
     for (std::size_t i = 0; i < columns.size(); ++i)
@@ -117,12 +89,12 @@ Worst measure(const Table& table, const Routine& r, bool single) {
     const double eps = single ? FLT_EPSILON : DBL_EPSILON;
     const double tiny = single ? FLT_MIN : DBL_MIN;
     const double huge = single ? FLT_MAX : DBL_MAX;
-    const std::size_t exact_column = table.column(r.exact);
+    const std::size_t exact_column = column(table, r.exact);
     std::vector<std::size_t> argument_columns;
     for (const std::string& a : r.arguments)
-        argument_columns.push_back(table.column(a));
+        argument_columns.push_back(column(table, a));
     const std::string& method = single ? r.method_float : r.method_double;
-    const std::size_t method_column = method.empty() ? 0 : table.column(method);
+    const std::size_t method_column = method.empty() ? 0 : column(table, method);
     Worst w;
     for (const auto& row : table.rows) {
         long double exact = row[exact_column];
@@ -161,155 +133,6 @@ Worst measure(const Table& table, const Routine& r, bool single) {
     return w;
 }
 
-// Arguments as each twin takes them.
-float f(long double v) { return static_cast<float>(v); }
-double d(long double v) { return static_cast<double>(v); }
-int i(long double v) { return static_cast<int>(v); }
-
-std::vector<Routine> routines() {
-    using Row = std::vector<long double>;
-    return {
-        {"t_cdf",
-         "t_cdf.csv",
-         {"t", "df"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_t_cdf(f(r[0]), f(r[1])) : korvs_d_t_cdf(d(r[0]), d(r[1]));
-         }, false, "method", "method"},
-        {"t_inverse_cdf",
-         "t_inverse.csv",
-         {"p", "df"},
-         "quantile",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_t_inverse_cdf(f(r[0]), f(r[1])) : korvs_d_t_inverse_cdf(d(r[0]), d(r[1]));
-         }, true, "hill_float", "hill_double"},
-        {"chi_squared_cdf",
-         "chi_squared_cdf.csv",
-         {"x", "df"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_chi_squared_cdf(f(r[0]), f(r[1])) : korvs_d_chi_squared_cdf(d(r[0]), d(r[1]));
-         }, false, "method_float", "method_double"},
-        {"chi_squared_inverse_cdf",
-         "chi_squared_inverse.csv",
-         {"p", "df"},
-         "quantile",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_chi_squared_inverse_cdf(f(r[0]), f(r[1]))
-                      : korvs_d_chi_squared_inverse_cdf(d(r[0]), d(r[1]));
-         }, true},
-        {"F_cdf",
-         "f_cdf.csv",
-         {"f", "df_num", "df_den"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_F_cdf(f(r[0]), f(r[1]), f(r[2])) : korvs_d_F_cdf(d(r[0]), d(r[1]), d(r[2]));
-         }},
-        {"F_inverse_cdf",
-         "f_inverse.csv",
-         {"p", "df_num", "df_den"},
-         "quantile",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_F_inverse_cdf(f(r[0]), f(r[1]), f(r[2]))
-                      : korvs_d_F_inverse_cdf(d(r[0]), d(r[1]), d(r[2]));
-         }, true},
-        {"beta_incomplete",
-         "beta_incomplete.csv",
-         {"x", "a", "b"},
-         "value",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_beta_incomplete(f(r[0]), f(r[1]), f(r[2]))
-                      : korvs_d_beta_incomplete(d(r[0]), d(r[1]), d(r[2]));
-         }},
-        {"beta_cdf",
-         "beta_incomplete.csv",
-         {"x", "a", "b"},
-         "value",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_beta_cdf(f(r[0]), f(r[1]), f(r[2]))
-                      : korvs_d_beta_cdf(d(r[0]), d(r[1]), d(r[2]));
-         }},
-        {"beta_inverse_cdf",
-         "beta_inverse.csv",
-         {"p", "a", "b"},
-         "quantile",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_beta_inverse_cdf(f(r[0]), f(r[1]), f(r[2]))
-                      : korvs_d_beta_inverse_cdf(d(r[0]), d(r[1]), d(r[2]));
-         }, true},
-        {"binomial_cdf",
-         "binomial_cdf.csv",
-         {"k", "n", "p"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_binomial_cdf(i(r[0]), i(r[1]), f(r[2]))
-                      : korvs_d_binomial_cdf(i(r[0]), i(r[1]), d(r[2]));
-         }},
-        {"binpr",
-         "binomial_cdf.csv",
-         {"k", "n", "p"},
-         "pmf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_binpr(i(r[0]), i(r[1]), f(r[2])) : korvs_d_binpr(i(r[0]), i(r[1]), d(r[2]));
-         }},
-        {"poisson_cdf",
-         "poisson_cdf.csv",
-         {"k", "theta"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_poisson_cdf(i(r[0]), f(r[1])) : korvs_d_poisson_cdf(i(r[0]), d(r[1]));
-         }},
-        {"hypergeometric_cdf",
-         "hypergeometric_cdf.csv",
-         {"k", "sample", "defectives", "lot"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_hypergeometric_cdf(i(r[0]), i(r[1]), i(r[2]), i(r[3]))
-                      : korvs_d_hypergeometric_cdf(i(r[0]), i(r[1]), i(r[2]), i(r[3]));
-         }},
-        {"bivariate_normal_cdf",
-         "bivariate_normal.csv",
-         {"x", "y", "rho"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_bivariate_normal_cdf(f(r[0]), f(r[1]), f(r[2]))
-                      : korvs_d_bivariate_normal_cdf(d(r[0]), d(r[1]), d(r[2]));
-         }, false, "method", "method"},
-        {"non_central_chi_sq",
-         "non_central_chi_sq.csv",
-         {"x", "df", "delta"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_non_central_chi_sq(f(r[0]), f(r[1]), f(r[2]))
-                      : korvs_d_non_central_chi_sq(d(r[0]), d(r[1]), d(r[2]));
-         }},
-        {"non_central_chi_sq_inv",
-         "non_central_chi_sq_inverse.csv",
-         {"p", "df", "delta"},
-         "quantile",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_non_central_chi_sq_inv(f(r[0]), f(r[1]), f(r[2]))
-                      : korvs_d_non_central_chi_sq_inv(d(r[0]), d(r[1]), d(r[2]));
-         }, true},
-        {"non_central_t_cdf",
-         "non_central_t.csv",
-         {"t", "df", "delta"},
-         "cdf",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_non_central_t_cdf(f(r[0]), i(r[1]), f(r[2]))
-                      : korvs_d_non_central_t_cdf(d(r[0]), i(r[1]), d(r[2]));
-         }},
-        {"non_central_t_inv_cdf",
-         "non_central_t_inverse.csv",
-         {"p", "df", "delta"},
-         "quantile",
-         [](const Row& r, bool s) {
-             return s ? korvs_f_non_central_t_inv_cdf(f(r[0]), i(r[1]), f(r[2]))
-                      : korvs_d_non_central_t_inv_cdf(d(r[0]), i(r[1]), d(r[2]));
-         }, true},
-    };
-}
-
 std::string eps_text(double v) {
     if (v == 0) return "0";
     char buffer[32];
@@ -329,21 +152,24 @@ int main(int argc, char** argv) {
     for (bool quantiles : {false, true}) {
         if (quantiles) {
             std::printf("\n| Quantile | Twin | Rows | Relative error, 1e-3 <= p <= 0.999 (eps) | Where | "
-                        "Relative error, all p (eps) | Where | Not finite | Approximated rows | Against the approximation (eps) | "
+                        "Relative error, all p (eps) | Where | Not finite | Approximated rows | Against the "
+                        "approximation (eps) | "
                         "Where |\n|---|---|---|---|---|---|---|---|---|---|---|\n");
         } else {
-            std::printf("| Distribution function | Twin | Rows | Relative error, values >= 1e-3 (eps) | Where | "
-                        "Absolute error (eps) | Where | Approximated rows | Against the approximation (eps) | Where |\n"
-                        "|---|---|---|---|---|---|---|---|---|---|\n");
+            std::printf(
+                "| Distribution function | Twin | Rows | Relative error, values >= 1e-3 (eps) | Where | "
+                "Absolute error (eps) | Where | Approximated rows | Against the approximation (eps) | Where "
+                "|\n"
+                "|---|---|---|---|---|---|---|---|---|---|\n");
         }
-        for (const Routine& r : routines()) {
+        for (const Routine& r : korvs_oracle::distribution_routines()) {
             if (r.quantile != quantiles) continue;
             const Table table = read_table(directory, r.table);
             for (bool single : {true, false}) {
                 const Worst w = measure(table, r, single);
-                std::printf("| %s | %s | %d | %s | %s | %s | %s |", r.name.c_str(), single ? "f" : "d", w.rows,
-                            eps_text(w.body.value).c_str(), w.body.where.c_str(), eps_text(w.all.value).c_str(),
-                            w.all.where.c_str());
+                std::printf("| %s | %s | %d | %s | %s | %s | %s |", r.name.c_str(), single ? "f" : "d",
+                            w.rows, eps_text(w.body.value).c_str(), w.body.where.c_str(),
+                            eps_text(w.all.value).c_str(), w.all.where.c_str());
                 if (quantiles) std::printf(" %d |", w.non_finite);
                 std::printf(" %d | %s | %s |\n", w.approximated, eps_text(w.method.value).c_str(),
                             w.method.where.c_str());

@@ -1,100 +1,83 @@
-// The exported special functions by element type, for typed tests over the float and
-// double twins, and the check of a table of special arguments.
+// The exported special and distribution functions by twin: tw::erf<T>(x) is korvs_f_erf
+// for T = float and korvs_d_erf for T = double, its arguments converted as a C caller's
+// are. Twin is the same choice made at run time, with the twin's machine constants.
 #pragma once
 
 #include <korvstat.h>
 
+#include <algorithm>
+#include <cfloat>
 #include <cmath>
-#include <functional>
-#include <string>
-#include <vector>
 
-#include "korvs_test.hpp"
+namespace tw {
+
+#define KORVS_TWIN(name)                                                                                     \
+    template <class T, class... A> T name(A... a) {                                                          \
+        if constexpr (sizeof(T) == sizeof(float))                                                            \
+            return korvs_f_##name(a...);                                                                     \
+        else                                                                                                 \
+            return korvs_d_##name(a...);                                                                     \
+    }
+// clang-format off
+#define KORVS_EXPORTED(X)                                                                                    \
+    X(erf) X(erfc) X(erfc_inverse) X(normal_cdf) X(normal_inverse_cdf) X(gamma) X(log_gamma) X(beta)        \
+    X(log_beta) X(factorial) X(binomial_coefficient) X(gamma_incomplete) X(gamma_cdf) X(t_cdf)              \
+    X(t_inverse_cdf) X(chi_squared_cdf) X(chi_squared_inverse_cdf) X(F_cdf) X(F_inverse_cdf)                 \
+    X(beta_incomplete) X(beta_cdf) X(beta_inverse_cdf) X(binomial_cdf) X(binpr) X(poisson_cdf)               \
+    X(hypergeometric_cdf) X(bivariate_normal_cdf) X(non_central_chi_sq) X(non_central_chi_sq_inv)            \
+    X(non_central_t_cdf) X(non_central_t_inv_cdf)
+// clang-format on
+KORVS_EXPORTED(KORVS_TWIN)
+
+}  // namespace tw
 
 namespace korvs_test {
 
-template <class T> struct Special;
-
-template <> struct Special<float> {
-    static float erf(float x) { return korvs_f_erf(x); }
-    static float erfc(float x) { return korvs_f_erfc(x); }
-    static float erfc_inverse(float x) { return korvs_f_erfc_inverse(x); }
-    static float normal_cdf(float x) { return korvs_f_normal_cdf(x); }
-    static float normal_inverse_cdf(float p) { return korvs_f_normal_inverse_cdf(p); }
-    static float gamma(float x) { return korvs_f_gamma(x); }
-    static float log_gamma(float x) { return korvs_f_log_gamma(x); }
-    static float beta(float a, float b) { return korvs_f_beta(a, b); }
-    static float log_beta(float a, float b) { return korvs_f_log_beta(a, b); }
-    static float gamma_incomplete(float a, float x) { return korvs_f_gamma_incomplete(a, x); }
-    static float gamma_cdf(float x, float a) { return korvs_f_gamma_cdf(x, a); }
-    static float factorial(int n) { return korvs_f_factorial(n); }
-    static float binomial_coefficient(int n, int m) { return korvs_f_binomial_coefficient(n, m); }
-    static constexpr const char* prefix = "korvs_f_";
+struct Twin {
+    bool single;
+    double eps = single ? FLT_EPSILON : DBL_EPSILON;
+    double tiny = single ? FLT_MIN : DBL_MIN;  // the smallest normal number
+    double huge = single ? FLT_MAX : DBL_MAX;
+    // A number as the twin takes it.
+    double operator()(long double v) const { return single ? double(float(v)) : double(v); }
+    const char* name() const { return single ? "float" : "double"; }
 };
 
-template <> struct Special<double> {
-    static double erf(double x) { return korvs_d_erf(x); }
-    static double erfc(double x) { return korvs_d_erfc(x); }
-    static double erfc_inverse(double x) { return korvs_d_erfc_inverse(x); }
-    static double normal_cdf(double x) { return korvs_d_normal_cdf(x); }
-    static double normal_inverse_cdf(double p) { return korvs_d_normal_inverse_cdf(p); }
-    static double gamma(double x) { return korvs_d_gamma(x); }
-    static double log_gamma(double x) { return korvs_d_log_gamma(x); }
-    static double beta(double a, double b) { return korvs_d_beta(a, b); }
-    static double log_beta(double a, double b) { return korvs_d_log_beta(a, b); }
-    static double gamma_incomplete(double a, double x) { return korvs_d_gamma_incomplete(a, x); }
-    static double gamma_cdf(double x, double a) { return korvs_d_gamma_cdf(x, a); }
-    static double factorial(int n) { return korvs_d_factorial(n); }
-    static double binomial_coefficient(int n, int m) { return korvs_d_binomial_coefficient(n, m); }
-    static constexpr const char* prefix = "korvs_d_";
+// The limits of erf and erfc from their definitions: sqrt(eps), xbig beyond which erf is
+// 1, xmax beyond which erfc underflows.
+struct ErfLimits {
+    double sqeps, xbig, xmax;
 };
+inline ErfLimits erf_limits(const Twin& w) {
+    const double sqrtpi = 1.7724538509055159, txmax = std::sqrt(-std::log(sqrtpi * w.tiny));
+    return {std::sqrt(w.eps), std::sqrt(-std::log(sqrtpi * w.eps / 2)),
+            txmax - 0.5 * std::log(txmax) / txmax - 0.01};
+}
 
-// One call with its expected result and error.
-template <class T> struct SpecialCase {
-    std::string what;
-    T (*f)(T);
-    T x;
-    T result;  // NaN: the result is NaN
-    int type;  // 0: nothing raised
-    int code;
-};
+// The largest x whose gamma the twin holds, from ln gamma.
+inline double gamma_xmax(const Twin& w) {
+    double lo = 10, hi = 200;
+    for (int i = 0; i < 100; ++i)
+        (std::lgamma((lo + hi) / 2) < std::log(w.huge) ? lo : hi) = (lo + hi) / 2;
+    return lo;
+}
 
-// The same for a call of any arguments.
-template <class T> struct SpecialCall {
-    std::string what;
-    std::function<T()> call;
-    T result;  // NaN: the result is NaN
-    int type;  // 0: nothing raised
-    int code;
-};
+// The incomplete beta function's noise at x in units of 1: its first term's exponent, of
+// x^a (1 - x)^b/B(a, b), and the length of its finite sum, twice in eps; relative where it
+// is formed directly, absolute for 1 - I of the exchanged parameters (x >= 0.2 with b > a,
+// and x >= 0.8).
+inline double beta_exponent(double x, double a, double b) {
+    return 1 + std::fabs(a * std::log(x)) + std::fabs(b * std::log1p(-x)) +
+           std::fabs(std::lgamma(a) + std::lgamma(b) - std::lgamma(a + b));
+}
+inline bool exchanged(double x, double a, double b) { return (b > a || x >= 0.8) && x >= 0.2; }
+inline double beta_noise(const Twin& w, double x, double a, double b, double p) {
+    const bool swap = exchanged(x, a, b);
+    return w.eps * 2 * (beta_exponent(x, a, b) + std::min(swap ? a : b, 1e5)) * (swap ? 1 : p);
+}
 
-class SpecialTest : public KorvsTest {
-protected:
-    // Each call gives its result exactly (or NaN) and raises exactly its error, which the
-    // caller then reads as the code and type of the routine it called.
-    template <class T> static void expect_calls(const std::vector<SpecialCall<T>>& calls) {
-        for (const SpecialCall<T>& c : calls) {
-            clear();
-            T got = c.call();
-            if (std::isnan(c.result))
-                EXPECT_TRUE(std::isnan(got)) << c.what << ": " << got;
-            else
-                EXPECT_EQ(got, c.result) << c.what;
-            if (c.type == 0)
-                EXPECT_TRUE(errors().empty()) << c.what;
-            else
-                EXPECT_TRUE(only_raised(c.type, c.code)) << c.what;
-            EXPECT_EQ(korvs_error_code(), c.code) << c.what;
-            EXPECT_EQ(korvs_n1rty(1), c.type) << c.what;
-        }
-    }
-
-    template <class T> static void expect_cases(const std::vector<SpecialCase<T>>& cases) {
-        std::vector<SpecialCall<T>> calls;
-        for (const SpecialCase<T>& c : cases)
-            calls.push_back({c.what, [c] { return c.f(c.x); }, c.result, c.type, c.code});
-        expect_calls(calls);
-    }
-};
+// korvs_f_<name> or korvs_d_<name> as the twin w chooses, on double arguments.
+#define TWIN_CALL(w, name, ...)                                                                              \
+    ((w).single ? double(korvs_f_##name(__VA_ARGS__)) : korvs_d_##name(__VA_ARGS__))
 
 }  // namespace korvs_test
