@@ -658,7 +658,7 @@ def write_non_central_chi_sq(path):
     mp.mp.dps = 30
     rows = []
     for df in [0.5, 2, 7, 50, 300]:
-        for delta in [1e-11, 0.3, 3, 20, 150, 1500]:
+        for delta in [1e-11, 2e-9, 0.3, 3, 20, 150, 1500]:  # 2e-9: just past the central cut
             mean = df + delta
             sd = math.sqrt(2 * (df + 2 * delta))
             xs = sorted(set(f32(max(1e-3, mean + k * sd)) for k in (-3, -1.5, -0.5, 0, 0.7, 2, 4)) | {f32(0.01)})
