@@ -31,14 +31,28 @@ template <class T> T csevl(T t, const T* cs, int n) {
     }
     if (t < T(-1.1) || t > T(1.1)) [[unlikely]]
         csevl_outside(t);
-    T b0 = 0, b1 = 0, b2 = 0;
-    const T twot = t + t;
-    for (int i = n; i >= 1; --i) {
+    // The series splits into its even and odd terms, each a series of half the length in
+    // u = 2t^2 - 1: T_2j(t) = T_j(u), and T_2j+1(t) = t V_j(u) with V_j the Chebyshev
+    // polynomials of the third kind (V_0 = 1, V_1 = 2u - 1, the same three-term
+    // recurrence). Two Clenshaw recurrences of half the length run side by side, and the
+    // chain of dependent operations is half as long as that of one recurrence in t.
+    const T u = 2 * t * t - 1, twou = u + u;
+    T b0 = 0, b1 = 0, b2 = 0;  // the even terms
+    T d0 = 0, d1 = 0, d2 = 0;  // the odd terms
+    int j = (n - 1) / 2;
+    if (n % 2 == 1) {  // the last term is even and has no odd partner
+        b0 = cs[2 * j];
+        --j;
+    }
+    for (; j >= 0; --j) {
         b2 = b1;
         b1 = b0;
-        b0 = (cs[i - 1] - b2) + twot * b1;  // b2 and the coefficient off the critical path
+        b0 = (cs[2 * j] - b2) + twou * b1;  // b2 and the coefficient off the critical path
+        d2 = d1;
+        d1 = d0;
+        d0 = (cs[2 * j + 1] - d2) + twou * d1;
     }
-    return (b0 - b2) * T(0.5);
+    return (b0 - b2) * T(0.5) + t * (d0 - d1);
 }
 
 // korvs_inits (float), korvs_initds (double): the number of leading terms to sum so
