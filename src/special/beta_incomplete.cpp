@@ -5,6 +5,7 @@
 // as the parameters allow. Where the finite sum would need more than 100000 terms (q
 // beyond that, with the terms still growing) the continued fraction of the ratio
 // (Abramowitz and Stegun 26.5.8, evaluated by Lentz's method) takes its place.
+#include <algorithm>
 #include <cmath>
 
 #include "api.hpp"
@@ -80,12 +81,23 @@ template <class T> T bosten_battiste(T x, T pin, T qin) {
         result = first < alnsml ? T(0) : std::exp(first);
         if (ps != 1) {
             const int n = static_cast<int>(std::max(alneps / std::log(y), T(4)));
-            // Each ratio is formed apart from the running product, so that the divisions
-            // stay off the chain of dependent operations.
+            // The ratios of the terms and the reciprocals of their denominators do not
+            // depend on the running product: they are formed a block at a time, where the
+            // divisions run side by side, and only the multiplications stay in the chain.
             T term = result * p;
-            for (int i = 1; i <= n; ++i) {
-                term *= (T(i) - ps) * y / T(i);
-                result += term / (p + T(i));
+            constexpr int kBlock = 16;
+            T ratio[kBlock], weight[kBlock];
+            for (int first = 1; first <= n; first += kBlock) {
+                const int count = std::min(kBlock, n - first + 1);
+                for (int k = 0; k < count; ++k) {
+                    const T i = T(first + k);
+                    ratio[k] = (i - ps) * y / i;
+                    weight[k] = 1 / (p + i);
+                }
+                for (int k = 0; k < count; ++k) {
+                    term *= ratio[k];
+                    result += term * weight[k];
+                }
             }
         }
         if (q > 1) {
