@@ -57,7 +57,7 @@ double exp_of_square(double x, int sign, double shift = 0) {
 }
 
 // erfc of the worker of korvs_f_erfc, with the thread's series lengths.
-template <class T> T erfc_value(T x, ErfTerms<T>& n) {
+template <class T> T erfc_value(T x, ErfTerms<T>& n, bool alert = true) {
     if (n.nterf == 0) {
         n.nterf = inits(erf_cs<T>.cs, erf_cs<T>.size, series_eta<T>);
         n.nterfc = inits(erfc_tail_cs<T>.cs, erfc_tail_cs<T>.size, series_eta<T>);
@@ -71,9 +71,11 @@ template <class T> T erfc_value(T x, ErfTerms<T>& n) {
 
     if (x <= xsml) return T(2);
     if (x > xmax) {
-        insert_real(1, x);
-        insert_real(2, xmax);
-        korvs_ermes(2, 9015);
+        if (alert) {
+            insert_real(1, x);
+            insert_real(2, xmax);
+            korvs_ermes(2, 9015);
+        }
         return T(0);
     }
     T y = std::abs(x);
@@ -109,6 +111,11 @@ template <class T> void l_erf(T x, T* result) {
 
 template <class T> void l_erfc(T x, T* result) {
     if (ErfTerms<T>* n = per_thread<ErfTerms<T>>()) *result = erfc_value(x, *n);
+}
+
+template <class T> T erfc_quiet_value(T x) {
+    ErfTerms<T>* n = per_thread<ErfTerms<T>>();
+    return n ? erfc_value(x, *n, false) : mach<T>::nan;
 }
 
 // The worker of l_erfce: exp(x^2) erfc(x), with the caller's series lengths (erf,
@@ -198,6 +205,9 @@ template <class T> T erfc_inverse_value(T x) {
 }
 
 }  // namespace
+
+float erfc_quiet(float x) { return erfc_quiet_value(x); }
+double erfc_quiet(double x) { return erfc_quiet_value(x); }
 
 float l_erfce(float x, int* lengths) { return erfce_value(x, lengths); }
 double l_erfce(double x, int* lengths) { return erfce_value(x, lengths); }

@@ -9,4 +9,10 @@ namespace korvs {
 float l_erfce(float x, int* lengths);
 double l_erfce(double x, int* lengths);
 
+// erfc without a frame of its own and without the alert of an underflow, for the normal
+// distribution function, whose far lower tail is 0 without a message. NaN (with the
+// error of the thread's record) when the thread's series lengths cannot be kept.
+float erfc_quiet(float x);
+double erfc_quiet(double x);
+
 }  // namespace korvs

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "api.hpp"
+#include "erf.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
 #include "korvstat.h"
@@ -15,10 +16,8 @@ namespace {
 template <class T> constexpr T sqrt2 = T(1.4142135623730951);  // float: 1.4142135381698608
 
 template <class T> void l_normal_cdf(T x, T* result) {
-    T r = T(0.5) * api::erfc(T(-0.7071067811865476) * x);
     // A far lower tail underflows in erfc; the caller gets 0 without the alert.
-    if (korvs_n1rty(0) == 2) korvs_e1mes(0, 0, " ");
-    *result = r;
+    *result = T(0.5) * erfc_quiet(T(-0.7071067811865476) * x);
 }
 
 // The tail form of the approximation, in r = 1/w.
