@@ -59,7 +59,8 @@ template <class T> T owen_series(T t, int df, T delta) {
             old = mk1;
         }
         const T scale = std::abs(base) + (df % 2 == 1 ? 2 * std::abs(odd) : root_two_pi * std::abs(even));
-        if (pair <= eps * scale && pair < last_pair) break;
+        // Two terms that are exactly 0 make every later one 0.
+        if (pair <= eps * scale && (pair < last_pair || (old == 0 && older == 0))) break;
         last_pair = pair;
     }
     return df % 2 == 1 ? base + 2 * odd : base + root_two_pi * even;
