@@ -78,7 +78,7 @@ template <class T> void l_binomial_cdf(int k, int n, T p, bool cdf, T* result) {
     T sum = count == 0 ? t : T(0);
     const T ratio = pw / qw;
     for (int i = start + 1; i <= kw; ++i) {
-        t = t * (T(n + 1 - i) * ratio) / T(i);
+        t = t * (T(n - i + 1) * ratio) / T(i);
         if (count > 0 && t >= 1) {
             --count;
             sum *= small;

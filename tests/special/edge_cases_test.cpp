@@ -253,6 +253,8 @@ std::vector<Case> cases() {
         NEAR(binomial_cdf<T>(1000000000, 2000000000, 0.5), 0.5, PICK(0.2, 1e-4)),
         NEAR(binomial_cdf<T>(1000000000 - 223607, 2000000000, 0.5), 0, 1e-20),
         NEAR(binomial_cdf<T>(1000000000 + 223607, 2000000000, 0.5), 1, 1e3 * EPS),
+        // The largest n, with a small p: the Poisson limit within about n p^2.
+        NEAR(binomial_cdf<T>(1, INT_MAX, T(1e-9)), poisson_cdf<T>(1, T(INT_MAX) * T(1e-9)), PICK(1e-5, 1e-8)),
         EDGE(poisson_cdf<T>(-4, 2), 0, 1, 9054, "%(l1) %(i1)=k -4"),
         EDGE(poisson_cdf<T>(3, 0), NAN, 5, 9064),
         EDGE(poisson_cdf<T>(2, -0.5), NAN, 5, 9064, "%(r1%g)=-0.5"),
