@@ -13,6 +13,7 @@
 #include "korvstat/distributions.h"
 #include "korvstat/errors.h"
 #include "korvstat/kernels.h"
+#include "korvstat/linear_systems.h"
 #include "korvstat/machine.h"
 #include "korvstat/options.h"
 #include "korvstat/output.h"
