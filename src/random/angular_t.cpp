@@ -1,0 +1,149 @@
+// Student's t and von Mises deviates. Student's t by the ratio of uniforms of Kinderman
+// and Monahan (ACM TOMS 3, 1977): (u, v) uniform in the rectangle (0, 1] x [-b, b] with
+// b = max |x| sqrt(f(x)), x = v/u accepted when u^2 <= f(x) = (1 + x^2/df)^(-(df+1)/2),
+// first against the elementary bounds of the logarithm; below one degree of freedom,
+// where the rectangle is unbounded, a normal over the root of a scaled chi-squared. Von
+// Mises angles by Best and Fisher's wrapped Cauchy envelope (Applied Statistics 28, 1979).
+#include <cmath>
+#include <cstdarg>
+
+#include "deviates.hpp"
+#include "frame/frame.hpp"
+
+namespace korvs {
+namespace {
+
+// ln b^2 for df >= 1: the maximum of x^2 f(x), at x^2 = 2 df/(df - 1), written so that it
+// goes smoothly to its limit 0 at df = 1.
+template <class T> T log_bound_squared(T df) {
+    if (df == 1) return 0;
+    const T dm = df - 1;
+    return std::log(2 * df) - (df + 1) / 2 * std::log(df + 1) + dm / 2 * std::log(dm);
+}
+
+template <class T> void student_ratio(Uniform<T>& u, int n, T df, T* r) {
+    const T b = std::exp(log_bound_squared(df) / 2);
+    const T half_power = (df + 1) / 2;
+    for (int i = 0; i < n; ++i) {
+        T x;
+        for (;;) {
+            const T s = u.next(), w = u.next();
+            x = b * (2 * w - 1) / s;
+            const T y = x * x / df;
+            if (s <= 1 - half_power * y / 2) break;                       // 2 ln s <= 2 (s - 1)
+            if (2 * (1 - 1 / s) > -half_power * y / (1 + y)) continue;     // 2 ln s >= 2 (1 - 1/s)
+            if (2 * std::log(s) <= -half_power * std::log1p(y)) break;
+        }
+        r[i] = x;
+    }
+}
+
+// Below one degree of freedom: z / sqrt(2 g / df) for a normal z and a gamma g of shape
+// df/2, each drawn as a block.
+template <class T> void student_small_df(Uniform<T>& u, int n, T df, T* r) {
+    rnnoa(u, n, r);
+    Workspace<T> g(Shape::count(n));
+    if (!g || !rngam(n, df / 2, g.get())) return;
+    for (int i = 0; i < n; ++i)
+        r[i] /= std::sqrt(2 * g[i] / df);
+}
+
+template <class T> void l_random_student_t(int n_random, T df, OptionList& opt, T** result) {
+    auto check = [&] {
+        if (count_checked(n_random, "n_random")) positive_checked(df, "df");
+    };
+    auto draw = [&](T* r) {
+        Uniform<T> u;
+        if (!u.open()) return;
+        df >= 1 ? student_ratio(u, n_random, df, r) : student_small_df(u, n_random, df, r);
+    };
+    l_deviates(n_random, opt, result, no_options, check, draw);
+}
+
+// Best and Fisher: tau = 1 + sqrt(1 + 4c^2), rho = (tau - sqrt(2 tau))/(2c), r = (1 +
+// rho^2)/(2 rho). A pair of uniforms gives z = cos(pi u1), f = (1 + r z)/(r + z) and
+// c' = c (r - f), accepted when c'(2 - c') > u2 or ln(c'/u2) + 1 - c' >= 0; the angle is
+// arccos f, negative when a third uniform is below 1/2. At c = 0 the envelope is the
+// uniform angle itself.
+template <class T> void von_mises(Uniform<T>& u, int n, T c, T* r) {
+    const T pi = T(3.141592653589793);
+    const T tau = 1 + std::hypot(T(1), 2 * c);
+    const T rho = 2 * c / (tau + std::sqrt(2 * tau));  // (tau - sqrt(2 tau))/(2c) without its cancellation
+    const T rr = (1 + rho * rho) / (2 * rho);
+    for (int i = 0; i < n; ++i) {
+        T f;
+        for (;;) {
+            const T u1 = u.next(), u2 = u.next();
+            const T z = std::cos(pi * u1);
+            if (c == 0) {
+                f = z;
+                break;
+            }
+            f = (1 + rr * z) / (rr + z);
+            const T cc = c * (rr - f);
+            if (cc * (2 - cc) - u2 > 0 || std::log(cc / u2) + 1 - cc >= 0) break;
+        }
+        f = std::fmin(T(1), std::fmax(T(-1), f));
+        const T angle = std::atan2(std::sqrt((1 - f) * (1 + f)), f);
+        r[i] = u.next() < T(0.5) ? -angle : angle;
+    }
+}
+
+template <class T> void l_random_von_mises(int n_random, T c, OptionList& opt, T** result) {
+    auto check = [&] {
+        int checks = 0;
+        if (count_checked(n_random, "n_random")) check_nonnegative(c, "c", &checks);
+    };
+    auto draw = [&](T* r) {
+        Uniform<T> u;
+        if (u.open()) von_mises(u, n_random, c, r);
+    };
+    l_deviates(n_random, opt, result, no_options, check, draw);
+}
+
+}  // namespace
+}  // namespace korvs
+
+extern "C" {
+
+KORVS_API float* korvs_f_random_student_t(int n_random, float df, ...) noexcept {
+    float* r = nullptr;
+    va_list ap;
+    va_start(ap, df);
+    korvs::OptionList opt(&ap, 2);
+    korvs::run_frame("korvs_f_random_student_t", [&] { korvs::l_random_student_t(n_random, df, opt, &r); });
+    va_end(ap);
+    return r;
+}
+
+KORVS_API double* korvs_d_random_student_t(int n_random, double df, ...) noexcept {
+    double* r = nullptr;
+    va_list ap;
+    va_start(ap, df);
+    korvs::OptionList opt(&ap, 2);
+    korvs::run_frame("korvs_d_random_student_t", [&] { korvs::l_random_student_t(n_random, df, opt, &r); });
+    va_end(ap);
+    return r;
+}
+
+KORVS_API float* korvs_f_random_von_mises(int n_random, float c, ...) noexcept {
+    float* r = nullptr;
+    va_list ap;
+    va_start(ap, c);
+    korvs::OptionList opt(&ap, 2);
+    korvs::run_frame("korvs_f_random_von_mises", [&] { korvs::l_random_von_mises(n_random, c, opt, &r); });
+    va_end(ap);
+    return r;
+}
+
+KORVS_API double* korvs_d_random_von_mises(int n_random, double c, ...) noexcept {
+    double* r = nullptr;
+    va_list ap;
+    va_start(ap, c);
+    korvs::OptionList opt(&ap, 2);
+    korvs::run_frame("korvs_d_random_von_mises", [&] { korvs::l_random_von_mises(n_random, c, opt, &r); });
+    va_end(ap);
+    return r;
+}
+
+}  // extern "C"

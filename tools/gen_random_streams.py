@@ -1,0 +1,170 @@
+#!/usr/bin/env python3
+"""Golden streams of the random generators, from an independent model of the recurrences.
+
+Writes tests/data/random_streams.csv and tests/data/random_deviates.csv:
+
+    python3 tools/gen_random_streams.py tests/data
+
+The model follows the generators' definition with Python integers and exact rationals:
+s = a s mod (2^31 - 1) for the multipliers 16807, 397204094 and 950706376; the float
+deviate is s times 0x2FFFFFFF (as a single-precision number) rounded once to single, the
+double one s/(2^31 - 1) as a double product; a shuffled generator first fills its table of
+128 values from the seed (the float table holds d/(2^31 - 1) rounded to single, the double
+one d times 4.656612875245797e-10), then for each step returns table[s mod 128] and stores
+the new value there. Deviates whose transformation is fixed are formed from the model's
+uniforms: single-precision arithmetic is emulated by rounding each operation's double
+result to single (exact for + - * / and sqrt), and logarithms are taken with mpmath at 40
+digits. The tables are rounded to the twin's own precision only where the routine forms
+the value exactly; elsewhere the test allows a few units of the twin's precision.
+"""
+import math
+import struct
+import sys
+from fractions import Fraction
+
+import mpmath
+
+mpmath.mp.dps = 40
+
+M = 2147483647
+MULTIPLIER = {1: 16807, 2: 16807, 3: 397204094, 4: 397204094, 5: 950706376, 6: 950706376}
+FSCALE = struct.unpack('<f', struct.pack('<I', 0x2FFFFFFF))[0]
+DSCALE = 1 / 2147483647
+
+
+def f32(x):
+    """x rounded to single precision (to nearest, ties to even)."""
+    return struct.unpack('<f', struct.pack('<f', x))[0]
+
+
+def fvalue(s):
+    return f32(float(Fraction(s) * Fraction(FSCALE)))  # exact product, rounded once
+
+
+def dvalue(s):
+    return s * DSCALE
+
+
+class Stream:
+    """One thread's generator: seed, option and the table of one twin."""
+
+    def __init__(self, seed, option, single):
+        self.s = seed
+        self.a = MULTIPLIER[option]
+        self.shuffled = option % 2 == 0
+        self.single = single
+        self.table = None
+
+    def value(self, s):
+        return fvalue(s) if self.single else dvalue(s)
+
+    def fill_table(self):
+        d = self.s
+        self.table = []
+        for _ in range(128):
+            d = self.a * d % M
+            self.table.append(f32(d / 2147483647.0) if self.single else d * 4.656612875245797e-10)
+        self.s = d
+
+    def next(self):
+        if self.shuffled and self.table is None:
+            self.fill_table()
+        self.s = self.a * self.s % M
+        if not self.shuffled:
+            return self.value(self.s)
+        j = self.s % 128
+        r = self.table[j]
+        self.table[j] = self.value(self.s)
+        return r
+
+
+def streams(out):
+    out.write('# Uniform streams: twin (0 float, 1 double), generator option, seed, draw number,\n')
+    out.write('# the value of that draw and the seed after it. Made by tools/gen_random_streams.py.\n')
+    out.write('twin,generator,seed,draw,value,seed_after\n')
+    for single in (True, False):
+        for option in range(1, 7):
+            for seed in (123457, 1, 2147483646):
+                g = Stream(seed, option, single)
+                for draw in range(1, 10001):
+                    v = g.next()
+                    if draw <= 5 or draw in (128, 129, 10000):
+                        out.write('%d,%d,%d,%d,%r,%d\n' % (0 if single else 1, option, seed, draw, v, g.s))
+
+
+def uniforms(seed, n, single, option=1):
+    g = Stream(seed, option, single)
+    return [g.next() for _ in range(n)], g
+
+
+def deviates(out):
+    out.write('# Deviates with a fixed transformation of their uniforms, generator option 1:\n')
+    out.write('# twin (0 float, 1 double), routine, parameter, seed, index from 0, value, and exact\n')
+    out.write('# (1: the routine forms the value exactly, 0: within a few units). Made by\n')
+    out.write('# tools/gen_random_streams.py.\n')
+    out.write('twin,routine,parameter,seed,index,value,exact\n')
+    seed = 987654
+    n = 40
+    for single in (True, False):
+        t = 0 if single else 1
+        rnd = f32 if single else (lambda x: x)
+
+        def row(name, parameter, i, value, exact):
+            out.write('%d,%s,%r,%d,%d,%r,%d\n' % (t, name, parameter, seed, i, value, exact))
+
+        # Exponential: -ln u.
+        us, _ = uniforms(seed, n, single)
+        for i, u in enumerate(us):
+            row('exponential', 0, i, float(-mpmath.log(u)), 0)
+        # Triangular: sqrt(u/2) or 1 - sqrt((1 - u)/2), each operation rounded.
+        for i, u in enumerate(us):
+            v = rnd(math.sqrt(rnd(0.5 * u))) if u <= 0.5 else rnd(1 - rnd(math.sqrt(rnd(0.5 * rnd(1 - u)))))
+            row('triangular', 0, i, v, 1)
+        # Cauchy: pairs from a buffer of 100, accepted inside the half disk.
+        g = Stream(seed, 1, single)
+        buffer, used, i = [], 100, 0
+        while i < n:
+            if used == 100:
+                buffer, used = [g.next() for _ in range(100)], 0
+            v, w = rnd(2 * rnd(buffer[used] - 0.5)), buffer[used + 1]
+            used += 2
+            if rnd(rnd(w * w) + rnd(v * v)) <= 1:
+                row('cauchy', 0, i, rnd(v / w), 1)
+                i += 1
+        # Chi-squared with an even df up to 16: -2 (ln product + count ln 16), the product
+        # kept above 2^-30.
+        for df in (2, 6, 16):
+            g = Stream(seed, 1, single)
+            guard, factor, c = f32(9.313225746154785e-10), f32(4294967040.0), rnd(2.7725889682769775)
+            for i in range(n):
+                product, count = 1.0, 0.0
+                for _ in range(df // 2):
+                    product = rnd(product * g.next())
+                    if product < guard:
+                        product, count = rnd(product * factor), count - 8
+                x = -2 * (mpmath.log(product) + mpmath.mpf(rnd(count * c)))
+                row('chi_squared', df, i, float(x), 0)
+        # Discrete uniform: trunc(u k + 1) with the exact product.
+        for k in (1, 7, 1000, 2147483647):
+            for i, u in enumerate(us):
+                row('uniform_discrete', k, i, min(k, math.floor(Fraction(u) * k + 1)), 1)
+        # Geometric: trunc(ln u/ln(1 - p) + 1); the rows are far from a whole number.
+        for p in (0.25, 0.001):
+            p_twin = rnd(p)
+            lq = mpmath.log1p(-mpmath.mpf(p_twin))
+            for i, u in enumerate(us):
+                x = mpmath.log(u) / lq + 1
+                assert abs(x - mpmath.nint(x)) > 1e-6, 'too close to a whole number'
+                row('geometric', p, i, int(mpmath.floor(x)), 1)
+
+
+def main():
+    folder = sys.argv[1] if len(sys.argv) > 1 else 'tests/data'
+    with open(folder + '/random_streams.csv', 'w') as out:
+        streams(out)
+    with open(folder + '/random_deviates.csv', 'w') as out:
+        deviates(out)
+
+
+if __name__ == '__main__':
+    main()
