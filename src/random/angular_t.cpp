@@ -67,6 +67,8 @@ template <class T> void l_random_student_t(int n_random, T df, OptionList& opt, 
 // uniform angle itself.
 template <class T> void von_mises(Uniform<T>& u, int n, T c, T* r) {
     const T pi = T(3.141592653589793);
+    // The largest angle below pi: float's pi lies above it, double's below.
+    const T below_pi = sizeof(T) == sizeof(float) ? T(3.1415925) : pi;
     const T tau = 1 + std::hypot(T(1), 2 * c);
     const T rho = 2 * c / (tau + std::sqrt(2 * tau));  // (tau - sqrt(2 tau))/(2c) without its cancellation
     const T rr = (1 + rho * rho) / (2 * rho);
@@ -84,7 +86,7 @@ template <class T> void von_mises(Uniform<T>& u, int n, T c, T* r) {
             if (cc * (2 - cc) - u2 > 0 || std::log(cc / u2) + 1 - cc >= 0) break;
         }
         f = std::fmin(T(1), std::fmax(T(-1), f));
-        const T angle = std::atan2(std::sqrt((1 - f) * (1 + f)), f);
+        const T angle = std::fmin(std::atan2(std::sqrt((1 - f) * (1 + f)), f), below_pi);
         r[i] = u.next() < T(0.5) ? -angle : angle;
     }
 }
