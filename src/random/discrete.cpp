@@ -49,7 +49,7 @@ struct ScaledTerm {
             exponent += 100;
         }
     }
-    double get() const { return exponent == 0 ? value : std::ldexp(value, exponent); }
+    double get() const { return exponent == 0 ? value : (exponent < -1100 ? 0 : std::ldexp(value, exponent)); }
 };
 
 // l_hypdf's checks: the sample n and the defectives m positive (9061), the lot l not
@@ -73,39 +73,64 @@ bool hypergeometric_checked(int n, int m, int l) {
     return good;
 }
 
-// l_rnhyp: from the lower end max(0, n + m - l), P(x + 1) = P(x) (n - x)(m - x)/((x + 1)
-// (l - n - m + x + 1)), until the sum passes the uniform. A uniform beyond the rounded sum
-// is reported (20663, the residual with n, m, l) and takes the upper end.
+// l_rnhyp: sequential inversion from the lower end max(0, n + m - l), with
+// P(x + 1) = P(x) (n - x)(m - x)/((x + 1)(l - n - m + x + 1)): the deviate is the first x
+// whose cumulative sum reaches the uniform. The sums are formed once a call, from the
+// first that is not 0 to the last that still grows, and searched by bisection, which
+// finds the same x. A uniform beyond the rounded sum is reported (20663, the residual
+// with n, m, l) and takes the upper end.
 template <class T> void l_rnhyp(int n_random, int n, int m, int l, int* r) {
     const double big = std::max(n, m), small = std::min(n, m), lot = l;
     const double lower = std::max(0.0, small + big - lot), upper = small;
-    ScaledTerm first;
+    auto ratio = [&](double x) { return (small - x) * (big - x) / ((x + 1) * (lot - small - big + x + 1)); };
+    ScaledTerm term;
     if (lower == 0) {
         for (double i = 0; i < small; ++i)
-            first.times((lot - big - i) / (lot - i));
+            term.times((lot - big - i) / (lot - i));
     } else {
         for (double i = 1; i <= lot - big; ++i)
-            first.times((lower + i) / (big + i));
+            term.times((lower + i) / (big + i));
+    }
+    double x = lower, sum = term.get();
+    while (sum == 0 && x < upper) {
+        term.times(ratio(x));
+        x += 1;
+        sum += term.get();
+    }
+    const ScaledTerm first_term = term;
+    const double first = x, first_sum = sum;
+    while (x < upper) {
+        const double before = sum, falling = ratio(x) < 1;
+        term.times(ratio(x));
+        x += 1;
+        sum += term.get();
+        if (falling && sum == before) break;
+    }
+    const long long count = static_cast<long long>(x - first) + 1;
+    Workspace<double> cumulative(Shape::count(count));
+    if (!cumulative) return;
+    term = first_term;
+    cumulative[0] = first_sum;
+    for (long long i = 1; i < count; ++i) {
+        term.times(ratio(first + i - 1));
+        cumulative[i] = cumulative[i - 1] + term.get();
     }
     Uniform<T> u;
     if (!u.open()) return;
     for (int i = 0; i < n_random; ++i) {
         const double v = u.next();
-        ScaledTerm term = first;
-        double x = lower, sum = term.get();
-        while (v > sum && x < upper) {
-            term.times((small - x) * (big - x) / ((x + 1) * (lot - small - big + x + 1)));
-            x += 1;
-            sum += term.get();
-        }
-        if (v > sum) {
-            korvs_e1std(1, v - sum);
+        const double* end = cumulative.get() + count;
+        const double* at = std::lower_bound(static_cast<const double*>(cumulative.get()), end, v);
+        if (at == end) {
+            korvs_e1std(1, v - end[-1]);
             korvs_e1sti(1, n);
             korvs_e1sti(2, m);
             korvs_e1sti(3, l);
             run_traced("l_rnhyp", [] { korvs_ermes(3, 20663); });
+            r[i] = static_cast<int>(upper);
+        } else {
+            r[i] = static_cast<int>(first + (at - cumulative.get()));
         }
-        r[i] = static_cast<int>(x);
     }
 }
 

@@ -108,7 +108,7 @@ inline void discrete(const std::string& what, const std::vector<double>& x, cons
     const double n = x.size();
     std::vector<int> upper;
     std::vector<double> expected;
-    double below = cdf(lo - 1), start = below;
+    double below = lo > 0 ? cdf(lo - 1) : 0, start = below;
     for (int k = lo; (1 - start) * n >= 100 && k - lo < 20000000; ++k) {
         const double f = cdf(k);
         if ((f - start) * n >= 50) {
