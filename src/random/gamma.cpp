@@ -6,6 +6,7 @@
 // with an even df up to 16 is -2 ln of a product of df/2 uniforms; otherwise twice a
 // gamma of shape df/2, and beyond a shape of 100000 the Wilson-Hilferty transformation
 // of a normal deviate.
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 
@@ -15,21 +16,27 @@
 namespace korvs {
 namespace {
 
-// The layout of Schmeiser and Lal's majorant for one shape a > 1. The cumulative areas
-// p[0..9] are those of: the rectangles under the density on [x2, x3], [x3, x4], [x1, x2]
-// and [x4, x5], whose points are accepted at once; the rest of [x2, x4] up to the mode's
-// height 1; the triangles under the chords of the convex flanks above the rectangles;
-// the exponential tails below x1 and above x5. The density is scaled to 1 at the mode.
+// The layout of Schmeiser and Lal's majorant for one shape a > 1, the density scaled to 1
+// at the mode x3 = a - 1, with the inflection points x2, x4 = x3 -+ sqrt(x3) and x1, x5
+// where the tangents there meet 0. The cumulative areas p[0..9] are those of: the
+// rectangles under the density on [x2, x3], [x3, x4], [x1, x2] and [x4, x5], whose points
+// are accepted at once; the rest of [x2, x3] and [x3, x4] up to the mode's height 1, where
+// the chords lie under the concave density; the triangles under the chords of the convex
+// flanks above the outer rectangles, where the tangents lie under the density; the
+// exponential tails below x1 and above x5. Each pair of like pieces is kept as a table of
+// two, so that a piece is chosen by an index rather than a chain of branches.
 template <class T> struct FourPiece {
-    T x1 = 0, x2 = 0, x3, x4, x5;
-    T f1 = 0, f2 = 0, f4, f5;
-    T lambda1 = 1, lambda5;  // the tails' rates
-    T slope2 = 0, slope4;    // the tangents' relative slopes at x2 and x4
+    T x3, inverse_x3;
     T p[10];
+    T rect_start[4], rect_below[4], rect_inverse[4];  // x = start + (s - below) inverse
+    T mid_start[2], mid_width[2], mid_floor[2];        // x = start + width w, y = floor + (1 - floor) v
+    T tri_start[2], tri_width[2], tri_floor[2], tri_rise[2];  // x = start + width max, y = floor + rise min
+    T tangent_x[2], tangent_f[2], tangent_slope[2];    // the tangent f (1 + slope (x - at)) below the flank
+    T tail_edge[2], tail_scale[2], tail_f[2];  // x = edge - scale ln w, under f e^(-|x - edge|/|scale|)
 
     // ln f(x) = x3 ln(x/x3) - (x - x3), without the cancellation of its terms near x3.
     T log_density(T x) const {
-        const T t = (x - x3) / x3;
+        const T t = (x - x3) * inverse_x3;
         return x3 * (std::log1p(t) - t);
     }
 
@@ -37,8 +44,10 @@ template <class T> struct FourPiece {
     // that a - 1 -+ sqrt(a - 1) cannot be told from a - 1.
     bool set(T a) {
         x3 = a - 1;
+        inverse_x3 = 1 / x3;
         const T d = std::sqrt(x3);
-        const bool left = d < x3;
+        const bool left = d < x3;  // below a = 2 the left flank is empty
+        T x1 = 0, x2 = 0, f1 = 0, f2 = 0, lambda1 = 1, slope2 = 0;
         if (left) {
             x2 = x3 - d;
             x1 = x2 * (1 - 1 / d);
@@ -47,27 +56,36 @@ template <class T> struct FourPiece {
             lambda1 = x3 / x1 - 1;
             slope2 = d / x2;
         }
-        x4 = x3 + d;
-        x5 = x4 * (1 + 1 / d);
-        f4 = std::exp(log_density(x4));
-        f5 = std::exp(log_density(x5));
-        lambda5 = 1 - x3 / x5;
-        slope4 = d / x4;
+        const T x4 = x3 + d, x5 = x4 * (1 + 1 / d);
+        const T f4 = std::exp(log_density(x4)), f5 = std::exp(log_density(x5));
+        const T lambda5 = 1 - x3 / x5, slope4 = d / x4;
         if (left && !(x1 > 0 && x1 < x2 && x2 < x3)) return false;
         if (!(x3 < x4 && x4 < x5 && lambda5 > 0)) return false;
-        const T area[10] = {f2 * (x3 - x2),
-                            f4 * (x4 - x3),
-                            f1 * (x2 - x1),
-                            f5 * (x5 - x4),
-                            (1 - f2) * (x3 - x2),
-                            (1 - f4) * (x4 - x3),
-                            (f2 - f1) * (x2 - x1) / 2,
-                            (f4 - f5) * (x5 - x4) / 2,
-                            left ? f1 / lambda1 : T(0),
+        const T area[10] = {f2 * (x3 - x2),       f4 * (x4 - x3),       f1 * (x2 - x1),
+                            f5 * (x5 - x4),       (1 - f2) * (x3 - x2), (1 - f4) * (x4 - x3),
+                            (f2 - f1) * (x2 - x1) / 2, (f4 - f5) * (x5 - x4) / 2, left ? f1 / lambda1 : T(0),
                             f5 / lambda5};
         T sum = 0;
         for (int i = 0; i < 10; ++i)
             p[i] = sum += area[i];
+        const T heights[4] = {f2, f4, f1, f5}, starts[4] = {x2, x3, x1, x4};
+        for (int i = 0; i < 4; ++i) {
+            rect_start[i] = starts[i];
+            rect_below[i] = i == 0 ? T(0) : p[i - 1];
+            rect_inverse[i] = heights[i] > 0 ? 1 / heights[i] : T(0);
+        }
+        // The right-hand pieces run from their outer end inwards, so that the same
+        // comparisons serve both sides.
+        const T mid[2][3] = {{x2, x3 - x2, f2}, {x4, x3 - x4, f4}};
+        const T tri[2][4] = {{x1, x2 - x1, f1, f2 - f1}, {x5, x4 - x5, f5, f4 - f5}};
+        const T tangent[2][3] = {{x2, f2, slope2}, {x4, f4, -slope4}};
+        const T tail[2][3] = {{x1, -lambda1, f1}, {x5, lambda5, f5}};
+        for (int i = 0; i < 2; ++i) {
+            mid_start[i] = mid[i][0], mid_width[i] = mid[i][1], mid_floor[i] = mid[i][2];
+            tri_start[i] = tri[i][0], tri_width[i] = tri[i][1], tri_floor[i] = tri[i][2], tri_rise[i] = tri[i][3];
+            tangent_x[i] = tangent[i][0], tangent_f[i] = tangent[i][1], tangent_slope[i] = tangent[i][2];
+            tail_edge[i] = tail[i][0], tail_scale[i] = 1 / tail[i][1], tail_f[i] = tail[i][2];
+        }
         return true;
     }
 
@@ -77,37 +95,35 @@ template <class T> struct FourPiece {
         for (;;) {
             const T s = u.next() * p[9];
             if (s <= p[3]) {
-                if (s <= p[0]) return x2 + s / f2;
-                if (s <= p[1]) return x3 + (s - p[0]) / f4;
-                if (s <= p[2]) return x1 + (s - p[1]) / f1;
-                return x4 + (s - p[2]) / f5;
+                const int i = (s > p[0]) + (s > p[1]) + (s > p[2]);
+                return rect_start[i] + (s - rect_below[i]) * rect_inverse[i];
             }
             const T w = u.next(), v = u.next();
             T x, y;
-            if (s <= p[4]) {
-                x = x2 + (x3 - x2) * w;
-                if (v <= w) return x;  // under the chord from (x2, f2) to (x3, 1)
-                y = f2 + (1 - f2) * v;
-            } else if (s <= p[5]) {
-                x = x3 + (x4 - x3) * w;
-                if (v <= 1 - w) return x;  // under the chord from (x3, 1) to (x4, f4)
-                y = f4 + (1 - f4) * v;
-            } else if (s <= p[6]) {
-                x = x1 + (x2 - x1) * std::fmax(w, v);
-                y = f1 + (f2 - f1) * std::fmin(w, v);
-                if (y <= f2 * (1 + slope2 * (x - x2))) return x;  // under the tangent at x2
+            if (s <= p[5]) {
+                const int i = s > p[4];
+                x = mid_start[i] + mid_width[i] * w;
+                if (v <= w) return x;  // under the chord to the mode
+                y = mid_floor[i] + (1 - mid_floor[i]) * v;
             } else if (s <= p[7]) {
-                x = x5 - (x5 - x4) * std::fmax(w, v);
-                y = f5 + (f4 - f5) * std::fmin(w, v);
-                if (y <= f4 * (1 - slope4 * (x - x4))) return x;  // under the tangent at x4
-            } else if (s <= p[8]) {
-                x = x1 + std::log(w) / lambda1;
-                if (x <= 0) continue;
-                y = v * f1 * w;
+                const int i = s > p[6];
+                x = tri_start[i] + tri_width[i] * std::max(w, v);
+                y = tri_floor[i] + tri_rise[i] * std::min(w, v);
+                if (y <= tangent_f[i] * (1 + tangent_slope[i] * (x - tangent_x[i]))) return x;
             } else {
-                x = x5 - std::log(w) / lambda5;
-                y = v * f5 * w;
+                const int i = s > p[8];
+                x = tail_edge[i] - tail_scale[i] * std::log(w);
+                if (x <= 0) continue;
+                y = v * tail_f[i] * w;
             }
+            // With t = (x - x3)/x3, ln f(x) = x3 (ln(1 + t) - t) lies between
+            // -x3 t^2/(2 (1 + t)) and -x3 t^2/2 (in that order for t < 0, the other way
+            // for t > 0), and e^g between 1 + g and 1/(1 - g): the logarithm and the
+            // exponential only where y falls between the bounds.
+            const T t = (x - x3) * inverse_x3, q = x3 * t * t / 2, r = q / (1 + t);
+            const T low = t < 0 ? r : q, high = t < 0 ? q : r;  // -ln f between high and low
+            if (y <= 1 - low) return x;
+            if (y * (1 + high) >= 1) continue;
             if (y <= std::exp(log_density(x))) return x;
         }
     }

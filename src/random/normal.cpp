@@ -3,6 +3,7 @@
 // method of Kinderman and Ramage (JASA 71, 1976), with the correction of Tirler,
 // Dalgaard, Hormann and Leydold (2004) that rejects a negative abscissa in the central
 // region. The lognormal is exp(mean + s z) over the latter.
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 
@@ -39,9 +40,9 @@ template <class T> T excess(T x) {
 template <class T> T wedge(Uniform<T>& u, T base, T width, T inner, T bound) {
     for (;;) {
         const T v = u.next(), w = u.next();
-        const T x = base + width * std::fmin(v, w);
+        const T x = base + width * std::min(v, w);
         if (x < 0) continue;
-        if (std::fmax(v, w) <= inner || bound * std::fabs(v - w) <= excess(x)) return v < w ? x : -x;
+        if (std::max(v, w) <= inner || bound * std::fabs(v - w) <= excess(x)) return v < w ? x : -x;
     }
 }
 
