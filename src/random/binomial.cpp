@@ -43,15 +43,7 @@ public:
         : n_(n), r_(r), q_(1 - r), npq_(n * r * (1 - r)), m_(std::floor(n * r + r)), tpe_(layout(n, r, m_)) {}
 
     template <class T> long long draw(Uniform<T>& u) const {
-        for (;;) {
-            const double s = u.next(), v0 = u.next();
-            long long ix;
-            double v;
-            const int verdict = tpe_.candidate(s, v0, &ix, &v);
-            if (verdict == 1) return ix;
-            if (verdict < 0 || ix > n_) continue;
-            if (accepted(ix, v)) return ix;
-        }
+        return tpe_draw(u, tpe_, n_, [this](long long ix, double v) { return accepted(ix, v); });
     }
 
 private:

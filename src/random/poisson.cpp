@@ -6,6 +6,7 @@
 // squeezed and then formed by Stirling's formula.
 #include <cmath>
 #include <cstdarg>
+#include <limits>
 
 #include "deviates.hpp"
 #include "frame/frame.hpp"
@@ -54,15 +55,7 @@ public:
     explicit PoissonPtpe(double theta) : mu_(theta), m_(std::floor(theta)), tpe_(layout(theta, m_)) {}
 
     template <class T> long long draw(Uniform<T>& u) const {
-        for (;;) {
-            const double s = u.next(), v0 = u.next();
-            long long ix;
-            double v;
-            const int verdict = tpe_.candidate(s, v0, &ix, &v);
-            if (verdict == 1) return ix;
-            if (verdict < 0) continue;
-            if (accepted(ix, v)) return ix;
-        }
+        return tpe_draw(u, tpe_, std::numeric_limits<long long>::max(), [this](long long ix, double v) { return accepted(ix, v); });
     }
 
 private:

@@ -60,6 +60,19 @@ struct TpeLayout {
     }
 };
 
+// One deviate: pairs of uniforms until a candidate is accepted at once, or is not above
+// top and passes accepted(ix, v), the test v <= f(ix)/f(m).
+template <class U, class Accept> long long tpe_draw(U& u, const TpeLayout& tpe, long long top, Accept accepted) {
+    for (;;) {
+        const double s = u.next(), v0 = u.next();
+        long long ix;
+        double v;
+        const int verdict = tpe.candidate(s, v0, &ix, &v);
+        if (verdict == 1) return ix;
+        if (verdict == 0 && ix <= top && accepted(ix, v)) return ix;
+    }
+}
+
 // The squeeze of ln(f(m + k)/f(m)) for a spread sigma2 (npq, or the Poisson mean) about
 // -k^2/(2 sigma2): true and *accept set when ln v decides the test on its own.
 inline bool tpe_squeeze(double k, double sigma2, double log_v, bool* accept) {
