@@ -13,12 +13,13 @@
 namespace korvs {
 namespace {
 
-// ln b^2 for df >= 1: the maximum of x^2 f(x), at x^2 = 2 df/(df - 1), written so that it
-// goes smoothly to its limit 0 at df = 1.
+// ln b^2 for df >= 1: the maximum of x^2 f(x), at x^2 = 2 df/(df - 1), which is
+// ln(2 df/(df - 1)) - (df + 1)/2 ln(1 + 2/(df - 1)), in a form whose terms stay moderate
+// for a large df; its limit at df = 1 is 0.
 template <class T> T log_bound_squared(T df) {
     if (df == 1) return 0;
-    const T dm = df - 1;
-    return std::log(2 * df) - (df + 1) / 2 * std::log(df + 1) + dm / 2 * std::log(dm);
+    const T e = 1 / (df - 1);
+    return std::log(2 * (1 + e)) - (df + 1) / 2 * std::log1p(2 * e);
 }
 
 template <class T> void student_ratio(Uniform<T>& u, int n, T df, T* r) {

@@ -119,7 +119,7 @@ TEST_F(ContinuousFit, Beta) {
 TEST_F(ContinuousFit, StudentT) {
     // The ratio of uniforms from df = 1 on; below, a normal over a scaled chi-squared.
     for (bool single : {true, false}) {
-        for (double df : {0.5, 1.0, 2.5, 5.0, 30.0, 1000.0}) {
+        for (double df : {0.5, 1.0, 1.0001, 2.5, 5.0, 30.0, 1000.0, 1e6}) {
             const auto x = draw(single, kSample, korvs_f_random_student_t, korvs_d_random_student_t, df);
             auto cdf = [df](double v) {
                 const double tail = 0.5 * korvs_d_beta_incomplete(df / (df + v * v), df / 2, 0.5);
