@@ -271,16 +271,6 @@ TEST_F(Uniform, RandomUniformOptions) {
     EXPECT_EQ(korvs_random_seed_get(), 50);
 }
 
-TEST_F(Uniform, DefaultStopsOnTerminal) {
-    korvs_set_at_checksum(nullptr);
-    EXPECT_EXIT(
-        {
-            korvs_error_options(KORVS_SET_STOP, 5, 1, 0);
-            korvs_random_option(9);
-        },
-        ::testing::ExitedWithCode(5), "");
-}
-
 // Two threads with the same seed draw the same stream, each on its own.
 TEST_F(Uniform, StreamsPerThread) {
     korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
