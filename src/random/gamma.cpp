@@ -120,10 +120,10 @@ template <class T> struct FourPiece {
             // -x3 t^2/(2 (1 + t)) and -x3 t^2/2 (in that order for t < 0, the other way
             // for t > 0), and e^g between 1 + g and 1/(1 - g): the logarithm and the
             // exponential only where y falls between the bounds.
-            const T t = (x - x3) * inverse_x3, q = x3 * t * t / 2, r = q / (1 + t);
-            const T low = t < 0 ? r : q, high = t < 0 ? q : r;  // -ln f between high and low
-            if (y <= 1 - low) return x;
-            if (y * (1 + high) >= 1) continue;
+            // Both are tested multiplied through by 1 + t > 0, without a division.
+            const T t = (x - x3) * inverse_x3, q = x3 * t * t / 2, t1 = 1 + t;
+            if (t < 0 ? y * t1 <= t1 - q : y <= 1 - q) return x;
+            if (t < 0 ? y * (1 + q) >= 1 : y * (t1 + q) >= t1) continue;
             if (y <= std::exp(log_density(x))) return x;
         }
     }
