@@ -11,10 +11,11 @@ deviate is s times 0x2FFFFFFF (as a single-precision number) rounded once to sin
 double one s/(2^31 - 1) as a double product; a shuffled generator first fills its table of
 128 values from the seed (the float table holds d/(2^31 - 1) rounded to single, the double
 one d times 4.656612875245797e-10), then for each step returns table[s mod 128] and stores
-the new value there. Deviates whose transformation is fixed are formed from the model's
-uniforms: single-precision arithmetic is emulated by rounding each operation's double
-result to single (exact for + - * / and sqrt), and logarithms are taken with mpmath at 40
-digits. The tables are rounded to the twin's own precision only where the routine forms
+the new value there. Deviates whose transformation is fixed (among them Kinderman and
+Ramage's normals and Best and Fisher's von Mises angles, branch for branch) are formed from
+the model's uniforms: single-precision arithmetic is emulated by rounding each operation's double
+result to single (exact for + - * / and sqrt), and logarithms, exponentials and the
+circular functions are taken with mpmath at 40 digits and rounded to the twin. The tables are rounded to the twin's own precision only where the routine forms
 the value exactly; elsewhere the test allows a few units of the twin's precision.
 """
 import math
@@ -97,6 +98,81 @@ def uniforms(seed, n, single, option=1):
     return [g.next() for _ in range(n)], g
 
 
+def kinderman_ramage(g, n, single):
+    """Kinderman and Ramage's normals in the twin's arithmetic, as the library forms them."""
+    rnd = f32 if single else (lambda x: x)
+    if single:
+        log = lambda x: f32(float(mpmath.log(x)))
+        exp = lambda x: f32(float(mpmath.exp(x)))
+        sqrt = lambda x: f32(math.sqrt(x))
+    else:
+        log, exp, sqrt = math.log, math.exp, math.sqrt
+    xi = rnd(2.216035867166471)
+    half_xi2 = rnd(2.216035867166471 * 2.216035867166471 / 2)
+    c1, c2 = rnd(0.398942280401433), rnd(0.180025191068563)
+
+    def excess(x):
+        return rnd(rnd(c1 * exp(rnd(rnd(-x * x) / 2))) - rnd(c2 * rnd(xi - x)))
+
+    def wedge(base, width, inner, bound):
+        base, width, inner, bound = rnd(base), rnd(width), rnd(inner), rnd(bound)
+        while True:
+            v, w = g.next(), g.next()
+            x = rnd(base + rnd(width * min(v, w)))
+            if x < 0:
+                continue
+            if max(v, w) <= inner or rnd(bound * abs(rnd(v - w))) <= excess(x):
+                return x if v < w else -x
+
+    out = []
+    for _ in range(n):
+        u1 = g.next()
+        if u1 < rnd(0.884070402298758):
+            v = g.next()
+            x = rnd(rnd(rnd(rnd(rnd(1.131131635444180) * u1) + v) - 1) * xi)
+        elif u1 >= rnd(0.973310954173898):
+            while True:
+                v, w = g.next(), g.next()
+                t = rnd(half_xi2 - log(w))
+                if rnd(rnd(t * v) * v) <= half_xi2:
+                    break
+            x = sqrt(rnd(2 * t))
+            x = x if u1 < rnd(0.986655477086949) else -x
+        elif u1 >= rnd(0.958720824790463):
+            x = wedge(xi, -0.630834801921960, 0.755591531667601, 0.034240503750111)
+        elif u1 >= rnd(0.911312780288703):
+            x = wedge(0.479727404222441, 1.105473661022070, 0.872834976671790, 0.049264496342790)
+        else:
+            x = wedge(0.479727404222441, -0.595507138015940, 0.805577924423817, 0.053377549506886)
+        out.append(x)
+    return out
+
+
+def von_mises(g, n, c, single):
+    """Best and Fisher's angles in the twin's arithmetic, as the library forms them."""
+    rnd = f32 if single else (lambda x: x)
+    fn = (lambda f: (lambda *a: f32(float(f(*a))))) if single else (lambda f: (lambda *a: float(f(*a))))
+    cos, log, atan2 = fn(mpmath.cos), fn(mpmath.log), fn(mpmath.atan2)
+    pi, c = rnd(3.141592653589793), rnd(c)
+    below_pi = f32(3.1415925) if single else pi
+    tau = rnd(1 + rnd(math.hypot(1, rnd(2 * c))))
+    rho = rnd(rnd(2 * c) / rnd(tau + rnd(math.sqrt(rnd(2 * tau)))))
+    rr = rnd(rnd(1 + rnd(rho * rho)) / rnd(2 * rho))
+    out = []
+    for _ in range(n):
+        while True:
+            u1, u2 = g.next(), g.next()
+            z = cos(rnd(pi * u1))
+            f = rnd(rnd(1 + rnd(rr * z)) / rnd(rr + z))
+            cc = rnd(c * rnd(rr - f))
+            if rnd(rnd(cc * rnd(2 - cc)) - u2) > 0 or rnd(rnd(log(rnd(cc / u2)) + 1) - cc) >= 0:
+                break
+        f = min(1.0, max(-1.0, f))
+        angle = min(atan2(rnd(math.sqrt(rnd(rnd(1 - f) * rnd(1 + f)))), f), below_pi)
+        out.append(-angle if g.next() < 0.5 else angle)
+    return out
+
+
 def deviates(out):
     out.write('# Deviates with a fixed transformation of their uniforms, generator option 1:\n')
     out.write('# twin (0 float, 1 double), routine, parameter, seed, index from 0, value, and exact\n')
@@ -144,6 +220,12 @@ def deviates(out):
                         product, count = rnd(product * factor), count - 8
                 x = -2 * (mpmath.log(product) + mpmath.mpf(rnd(count * c)))
                 row('chi_squared', df, i, float(x), 0)
+        # Kinderman and Ramage's normals, enough of them to pass through every region.
+        for i, x in enumerate(kinderman_ramage(Stream(seed, 1, single), 400, single)):
+            row('normal_ar', 0, i, x, 0)
+        # Best and Fisher's von Mises angles at c = 2.5.
+        for i, x in enumerate(von_mises(Stream(seed, 1, single), n, 2.5, single)):
+            row('von_mises', 2.5, i, x, 0)
         # Discrete uniform: trunc(u k + 1) with the exact product.
         for k in (1, 7, 1000, 2147483647):
             for i, u in enumerate(us):

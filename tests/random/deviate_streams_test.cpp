@@ -93,6 +93,19 @@ TEST_F(DeviateStreams, FixedTransformationsAgainstTheModel) {
             compare(std::string("chi_squared ") + df,
                     draw(single, n, korvs_f_random_chi_squared, korvs_d_random_chi_squared, std::atof(df)));
         }
+        // Kinderman and Ramage's method, whose constants and order of uniforms are fixed.
+        korvs_random_seed_set(kSeed);
+        std::vector<double> z(400);
+        if (single) {
+            std::vector<float> f(400);
+            korvs_f_random_normal(400, KORVS_ACCEPT_REJECT, KORVS_RETURN_USER, f.data(), 0);
+            z.assign(f.begin(), f.end());
+        } else {
+            korvs_d_random_normal(400, KORVS_ACCEPT_REJECT, KORVS_RETURN_USER, z.data(), 0);
+        }
+        compare("normal_ar 0", z);
+        korvs_random_seed_set(kSeed);
+        compare("von_mises 2.5", draw(single, n, korvs_f_random_von_mises, korvs_d_random_von_mises, 2.5));
         for (const char* k : {"1", "7", "1000", "2147483647"}) {
             korvs_random_seed_set(kSeed);
             compare(std::string("uniform_discrete ") + k,
@@ -106,7 +119,7 @@ TEST_F(DeviateStreams, FixedTransformationsAgainstTheModel) {
                            : draw_int(n, korvs_d_random_geometric, std::atof(p)));
         }
     }
-    EXPECT_EQ(checked, 2 * 40 * 12);
+    EXPECT_EQ(checked, 2 * (40 * 13 + 400));
 }
 
 // The seed after a call: how many uniforms it took.
