@@ -11,12 +11,12 @@ deviate is s times 0x2FFFFFFF (as a single-precision number) rounded once to sin
 double one s/(2^31 - 1) as a double product; a shuffled generator first fills its table of
 128 values from the seed (the float table holds d/(2^31 - 1) rounded to single, the double
 one d times 4.656612875245797e-10), then for each step returns table[s mod 128] and stores
-the new value there. Deviates whose transformation is fixed (among them Kinderman and
-Ramage's normals and Best and Fisher's von Mises angles, branch for branch) are formed from
-the model's uniforms: single-precision arithmetic is emulated by rounding each operation's double
-result to single (exact for + - * / and sqrt), and logarithms, exponentials and the
-circular functions are taken with mpmath at 40 digits and rounded to the twin. The tables are rounded to the twin's own precision only where the routine forms
-the value exactly; elsewhere the test allows a few units of the twin's precision.
+the new value there. Deviates whose transformation is fixed are formed from the model's
+uniforms branch for branch: single-precision arithmetic is emulated by rounding each
+operation's double result to single (exact for + - * / and sqrt), and logarithms,
+exponentials, powers and the circular functions are taken with mpmath at 40 digits and
+rounded to single; the double twin's are the C library's own, which Python calls too.
+Integer deviates are exact; real ones are held to a few units of the twin's precision.
 """
 import math
 import struct
@@ -173,6 +173,179 @@ def von_mises(g, n, c, single):
     return out
 
 
+class Twin:
+    """The arithmetic of one twin: rounding after each operation, and its functions."""
+
+    def __init__(self, single):
+        self.single = single
+        self.r = f32 if single else (lambda x: x)
+        if single:
+            self.fn = lambda f: (lambda *a: f32(float(f(*[mpmath.mpf(x) for x in a]))))
+        else:
+            self.fn = {mpmath.log: math.log, mpmath.exp: math.exp, mpmath.power: math.pow}.get
+        self.log, self.exp, self.pow = self.fn(mpmath.log), self.fn(mpmath.exp), self.fn(mpmath.power)
+        self.huge = f32(3.4028234663852886e38) if single else 1.7976931348623157e308
+        self.tiny = f32(1.1754943508222875e-38) if single else 2.2250738585072014e-308
+
+
+def gamma_gs(g, n, a, t):
+    """Ahrens and Dieter's GS for a < 1."""
+    r = t.r
+    a = r(a)
+    b = r(r(r(2.718281828459045) + a) * r(0.36787944117144233))
+    inverse_a, log_tiny = r(1 / a), t.log(t.tiny)
+    out = []
+    for _ in range(n):
+        while True:
+            u1, u2 = g.next(), g.next()
+            p, e2 = r(b * u1), -t.log(u2)
+            if p <= 1:
+                log_x = r(t.log(p) * inverse_a)
+                x = t.tiny if log_x < log_tiny else t.exp(log_x)
+                if e2 >= x:
+                    break
+            else:
+                x = -t.log(r(r(b - p) * inverse_a))
+                if r(r(1 - a) * t.log(x)) <= e2:
+                    break
+        out.append(x)
+    return out
+
+
+def beta_deviates(g, n, p, q, t):
+    """Johnk below 1 and 1, Cheng's BB above 1, BC otherwise."""
+    r = t.r
+    p, q = r(p), r(q)
+    log4, one_plus_log5 = f32(1.386294), f32(2.609438)
+
+    def scaled_exp(a, v):
+        return t.huge if v >= t.log(r(t.huge / a)) else r(a * t.exp(v))
+
+    out = []
+    if p < 1 and q < 1:
+        ip, iq = r(1 / p), r(1 / q)
+        for _ in range(n):
+            while True:
+                u1, u2 = g.next(), g.next()
+                x, y = t.pow(u1, ip), t.pow(u2, iq)
+                s = r(x + y)
+                if 0 < s <= 1:
+                    out.append(r(x / s))
+                    break
+                assert s != 0, 'the logarithms path is not modelled'
+        return out
+    if min(p, q) > 1:
+        a, b = min(p, q), max(p, q)
+        alpha = r(a + b)
+        beta = r(math.sqrt(r(r(alpha - 2) / r(r(r(2 * a) * b) - alpha))))
+        gamma = r(a + r(1 / beta))
+        for _ in range(n):
+            while True:
+                u1, u2 = g.next(), g.next()
+                v = r(beta * t.log(r(u1 / r(1 - u1))))
+                w = scaled_exp(a, v)
+                z, rr = r(r(u1 * u1) * u2), r(r(gamma * v) - log4)
+                s = r(r(a + rr) - w)
+                if r(s + one_plus_log5) >= r(5 * z):
+                    break
+                lz = t.log(z)
+                if s >= lz or r(rr + r(alpha * t.log(r(alpha / r(b + w))))) >= lz:
+                    break
+            out.append(r(w / r(b + w)) if a == p else r(b / r(b + w)))
+        return out
+    a, b = max(p, q), min(p, q)
+    alpha, beta = r(a + b), r(1 / b)
+    delta = r(r(1 + a) - b)
+    k1 = r(r(delta * r(r(0.0138889) + r(r(0.0416667) * b))) / r(r(a * beta) - r(0.777778)))
+    k2 = r(r(0.25) + r(r(r(0.5) + r(r(0.25) / delta)) * b))
+    for _ in range(n):
+        while True:
+            u1, u2 = g.next(), g.next()
+            if u1 < 0.5:
+                y = r(u1 * u2)
+                z = r(u1 * y)
+                if r(r(r(0.25 * u2) + z) - y) >= k1:
+                    continue
+            else:
+                z = r(r(u1 * u1) * u2)
+                if z <= 0.25:
+                    w = scaled_exp(a, r(beta * t.log(r(u1 / r(1 - u1)))))
+                    break
+                if z >= k2:
+                    continue
+            v = r(beta * t.log(r(u1 / r(1 - u1))))
+            w = scaled_exp(a, v)
+            if r(r(alpha * r(t.log(r(alpha / r(b + w))) + v)) - log4) >= t.log(z):
+                break
+        out.append(r(w / r(b + w)) if a == p else r(b / r(b + w)))
+    return out
+
+
+def poisson_inversion(g, n, theta):
+    """Inversion below 15, in double from the stream's values."""
+    term = math.exp(-theta)
+    cumulative = [term]
+    out = []
+    for _ in range(n):
+        u = g.next()
+        k = next((j for j, c in enumerate(cumulative) if u <= c), None)
+        if k is None:
+            total, t, k = cumulative[-1], term, len(cumulative)
+            while True:
+                t *= theta / k
+                if total + t == total:
+                    k -= 1
+                    break
+                total += t
+                if k < 64:
+                    cumulative.append(total)
+                    term = t
+                if u <= total:
+                    break
+                k += 1
+        out.append(k)
+    return out
+
+
+def binomial_inversion(g, n_random, n, p):
+    """Inversion below n p = 10, p above 1/2 reflected, in double."""
+    reflected = p > 0.5
+    rp = 1 - p if reflected else p
+    s = rp / (1 - rp)
+    a, qn = (n + 1.0) * s, math.pow(1 - rp, n)
+    out = []
+    for _ in range(n_random):
+        u, f, ix = g.next(), qn, 0
+        while u >= f and ix < n and f > 0:
+            u -= f
+            ix += 1
+            f *= a / ix - s
+        out.append(n - ix if reflected else ix)
+    return out
+
+
+def logarithmic(g, n, a):
+    """Kemp's LS below 0.95, LK from 0.95 on, in double."""
+    h = math.log1p(-a)
+    out = []
+    for _ in range(n):
+        if a < 0.95:
+            v, term, x = g.next(), -a / h, 1
+            while v > term and term > 0:
+                v -= term
+                term *= a * x / (x + 1.0)
+                x += 1
+            out.append(x)
+            continue
+        v = g.next()
+        if v >= a:
+            out.append(1)
+            continue
+        q = -math.expm1(h * g.next())
+        out.append(int(1 + math.log(v) / math.log(q)) if v <= q * q else (2 if v <= q else 1))
+    return out
+
+
 def deviates(out):
     out.write('# Deviates with a fixed transformation of their uniforms, generator option 1:\n')
     out.write('# twin (0 float, 1 double), routine, parameter, seed, index from 0, value, and exact\n')
@@ -226,6 +399,24 @@ def deviates(out):
         # Best and Fisher's von Mises angles at c = 2.5.
         for i, x in enumerate(von_mises(Stream(seed, 1, single), n, 2.5, single)):
             row('von_mises', 2.5, i, x, 0)
+        arithmetic = Twin(single)
+        for a in (0.4, 0.05):
+            for i, x in enumerate(gamma_gs(Stream(seed, 1, single), n, a, arithmetic)):
+                row('gamma', a, i, x, 0)
+        for name, p, q in (('beta_johnk', 0.4, 0.6), ('beta_bb', 2.0, 3.0), ('beta_bc', 0.6, 2.0),
+                           ('beta_bc_swapped', 2.0, 0.6)):
+            for i, x in enumerate(beta_deviates(Stream(seed, 1, single), n, p, q, arithmetic)):
+                row(name, 0, i, x, 0)
+        for theta in (0.5, 9.5):
+            for i, x in enumerate(poisson_inversion(Stream(seed, 1, True), n, f32(theta))):
+                if single:
+                    row('poisson', theta, i, x, 1)
+        for nn, p in ((20, 0.3), (60, 0.9)):
+            for i, x in enumerate(binomial_inversion(Stream(seed, 1, single), n, nn, rnd(p))):
+                row('binomial', nn + p, i, x, 1)
+        for a in (0.5, 0.97):
+            for i, x in enumerate(logarithmic(Stream(seed, 1, single), n, rnd(a))):
+                row('logarithmic', a, i, x, 1)
         # Discrete uniform: trunc(u k + 1) with the exact product.
         for k in (1, 7, 1000, 2147483647):
             for i, u in enumerate(us):

@@ -106,6 +106,43 @@ TEST_F(DeviateStreams, FixedTransformationsAgainstTheModel) {
         compare("normal_ar 0", z);
         korvs_random_seed_set(kSeed);
         compare("von_mises 2.5", draw(single, n, korvs_f_random_von_mises, korvs_d_random_von_mises, 2.5));
+        // Gamma below 1 by GS; beta by Johnk, BB and BC (with the parameters exchanged).
+        for (const char* a : {"0.4", "0.05"}) {
+            korvs_random_seed_set(kSeed);
+            compare(std::string("gamma ") + a, draw(single, n, korvs_f_random_gamma, korvs_d_random_gamma, std::atof(a)));
+        }
+        const struct {
+            const char* key;
+            double p, q;
+        } betas[] = {{"beta_johnk 0", 0.4, 0.6}, {"beta_bb 0", 2, 3}, {"beta_bc 0", 0.6, 2}, {"beta_bc_swapped 0", 2, 0.6}};
+        for (const auto& b : betas) {
+            korvs_random_seed_set(kSeed);
+            compare(b.key, draw(single, n, korvs_f_random_beta, korvs_d_random_beta, b.p, b.q));
+        }
+        // The inversions of the discrete laws: Poisson below 15 (one routine, single-precision
+        // uniforms), binomial below n p = 10 (one reflected), logarithmic LS and LK.
+        if (single) {
+            for (const char* theta : {"0.5", "9.5"}) {
+                korvs_random_seed_set(kSeed);
+                compare(std::string("poisson ") + theta, draw_int(n, korvs_random_poisson, float(std::atof(theta))));
+            }
+        }
+        const struct {
+            const char* key;
+            int trials;
+            double p;
+        } binomials[] = {{"binomial 20.3", 20, 0.3}, {"binomial 60.9", 60, 0.9}};
+        for (const auto& b : binomials) {
+            korvs_random_seed_set(kSeed);
+            compare(b.key, single ? draw_int(n, korvs_f_random_binomial, b.trials, float(b.p))
+                                  : draw_int(n, korvs_d_random_binomial, b.trials, b.p));
+        }
+        for (const char* a : {"0.5", "0.97"}) {
+            korvs_random_seed_set(kSeed);
+            compare(std::string("logarithmic ") + a,
+                    single ? draw_int(n, korvs_f_random_logarithmic, float(std::atof(a)))
+                           : draw_int(n, korvs_d_random_logarithmic, std::atof(a)));
+        }
         for (const char* k : {"1", "7", "1000", "2147483647"}) {
             korvs_random_seed_set(kSeed);
             compare(std::string("uniform_discrete ") + k,
@@ -119,7 +156,7 @@ TEST_F(DeviateStreams, FixedTransformationsAgainstTheModel) {
                            : draw_int(n, korvs_d_random_geometric, std::atof(p)));
         }
     }
-    EXPECT_EQ(checked, 2 * (40 * 13 + 400));
+    EXPECT_EQ(checked, 2 * (40 * 23 + 400) + 80);
 }
 
 // The seed after a call: how many uniforms it took.
