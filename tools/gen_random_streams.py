@@ -149,26 +149,32 @@ def kinderman_ramage(g, n, single):
 
 
 def von_mises(g, n, c, single):
-    """Best and Fisher's angles in the twin's arithmetic, as the library forms them."""
+    """Best and Fisher's angles in the twin's arithmetic, as the library forms them: in
+    r - 1, 1 - z and 1 + z."""
     rnd = f32 if single else (lambda x: x)
     fn = (lambda f: (lambda *a: f32(float(f(*a))))) if single else (lambda f: (lambda *a: float(f(*a))))
-    cos, log, atan2 = fn(mpmath.cos), fn(mpmath.log), fn(mpmath.atan2)
-    pi, c = rnd(3.141592653589793), rnd(c)
-    below_pi = f32(3.1415925) if single else pi
-    tau = rnd(1 + rnd(math.hypot(1, rnd(2 * c))))
-    rho = rnd(rnd(2 * c) / rnd(tau + rnd(math.sqrt(rnd(2 * tau)))))
-    rr = rnd(rnd(1 + rnd(rho * rho)) / rnd(2 * rho))
+    sin, cos, log, atan2 = fn(mpmath.sin), fn(mpmath.cos), fn(mpmath.log), fn(mpmath.atan2)
+    half_pi, c = rnd(1.5707963267948966), rnd(c)
+    below_pi = f32(3.1415925) if single else 3.141592653589793
+    h = rnd(math.hypot(1, rnd(2 * c)))
+    tau = rnd(1 + h)
+    root = rnd(math.sqrt(rnd(2 * tau)))
+    rho = rnd(rnd(2 * c) / rnd(tau + root))
+    one_minus_rho = rnd(rnd(rnd(1 + rnd(1 / rnd(h + rnd(2 * c)))) + root) / rnd(tau + root))
+    s = rnd(rnd(one_minus_rho * one_minus_rho) / rnd(2 * rho))
     out = []
     for _ in range(n):
         while True:
             u1, u2 = g.next(), g.next()
-            z = cos(rnd(pi * u1))
-            f = rnd(rnd(1 + rnd(rr * z)) / rnd(rr + z))
-            cc = rnd(c * rnd(rr - f))
+            sine, cosine = sin(rnd(half_pi * u1)), cos(rnd(half_pi * u1))
+            one_minus_z, one_plus_z = rnd(rnd(2 * sine) * sine), rnd(rnd(2 * cosine) * cosine)
+            r_plus_z = rnd(s + one_plus_z)
+            cc = rnd(rnd(rnd(c * s) * rnd(2 + s)) / r_plus_z)
+            one_minus_f = rnd(rnd(s * one_minus_z) / r_plus_z)
             if rnd(rnd(cc * rnd(2 - cc)) - u2) > 0 or rnd(rnd(log(rnd(cc / u2)) + 1) - cc) >= 0:
                 break
-        f = min(1.0, max(-1.0, f))
-        angle = min(atan2(rnd(math.sqrt(rnd(rnd(1 - f) * rnd(1 + f)))), f), below_pi)
+        sine = rnd(math.sqrt(max(0.0, rnd(one_minus_f * rnd(2 - one_minus_f)))))
+        angle = min(atan2(sine, rnd(1 - one_minus_f)), below_pi)
         out.append(-angle if g.next() < 0.5 else angle)
     return out
 

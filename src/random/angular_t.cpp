@@ -4,6 +4,7 @@
 // first against the elementary bounds of the logarithm; below one degree of freedom,
 // where the rectangle is unbounded, a normal over the root of a scaled chi-squared. Von
 // Mises angles by Best and Fisher's wrapped Cauchy envelope (Applied Statistics 28, 1979).
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 
@@ -56,7 +57,11 @@ template <class T> void l_random_student_t(int n_random, T df, OptionList& opt, 
     auto draw = [&](T* r) {
         Uniform<T> u;
         if (!u.open()) return;
-        df >= 1 ? student_ratio(u, n_random, df, r) : student_small_df(u, n_random, df, r);
+        if (std::isinf(df)) {
+            rnnoa(u, n_random, r);  // the limit, the standard normal
+        } else {
+            df >= 1 ? student_ratio(u, n_random, df, r) : student_small_df(u, n_random, df, r);
+        }
     };
     l_deviates(n_random, opt, result, no_options, check, draw);
 }
@@ -64,30 +69,38 @@ template <class T> void l_random_student_t(int n_random, T df, OptionList& opt, 
 // Best and Fisher: tau = 1 + sqrt(1 + 4c^2), rho = (tau - sqrt(2 tau))/(2c), r = (1 +
 // rho^2)/(2 rho). A pair of uniforms gives z = cos(pi u1), f = (1 + r z)/(r + z) and
 // c' = c (r - f), accepted when c'(2 - c') > u2 or ln(c'/u2) + 1 - c' >= 0; the angle is
-// arccos f, negative when a third uniform is below 1/2. At c = 0 the envelope is the
-// uniform angle itself.
+// arccos f, negative when a third uniform is below 1/2. The steps are formed in r - 1,
+// 1 - z and 1 + z, which keep their digits where r and z near 1 and -1 would lose them
+// to cancellation (a large c, the ends of the circle): c' = c (r^2 - 1)/(r + z) and
+// 1 - f = (r - 1)(1 - z)/(r + z).
 template <class T> void von_mises(Uniform<T>& u, int n, T c, T* r) {
-    const T pi = T(3.141592653589793);
+    const T half_pi = T(1.5707963267948966);
     // The largest angle below pi: float's pi lies above it, double's below.
-    const T below_pi = sizeof(T) == sizeof(float) ? T(3.1415925) : pi;
-    const T tau = 1 + std::hypot(T(1), 2 * c);
-    const T rho = 2 * c / (tau + std::sqrt(2 * tau));  // (tau - sqrt(2 tau))/(2c) without its cancellation
-    const T rr = (1 + rho * rho) / (2 * rho);
+    const T below_pi = sizeof(T) == sizeof(float) ? T(3.1415925) : T(3.141592653589793);
+    const T h = std::hypot(T(1), 2 * c), tau = 1 + h, root = std::sqrt(2 * tau);
+    const T rho = 2 * c / (tau + root);
+    const T one_minus_rho = (1 + 1 / (h + 2 * c) + root) / (tau + root);  // tau - 2c = 1 + 1/(h + 2c)
+    const T s = one_minus_rho * one_minus_rho / (2 * rho);                // r - 1
+    // At c = 0, and where r - 1 overflows for a c too small to tell from it, the envelope
+    // is the uniform angle itself.
+    const bool uniform = !(s <= mach<T>::huge);
     for (int i = 0; i < n; ++i) {
-        T f;
+        T one_minus_f;
         for (;;) {
             const T u1 = u.next(), u2 = u.next();
-            const T z = std::cos(pi * u1);
-            if (c == 0) {
-                f = z;
+            const T sine = std::sin(half_pi * u1), cosine = std::cos(half_pi * u1);
+            const T one_minus_z = 2 * sine * sine, one_plus_z = 2 * cosine * cosine;
+            if (uniform) {
+                one_minus_f = one_minus_z;
                 break;
             }
-            f = (1 + rr * z) / (rr + z);
-            const T cc = c * (rr - f);
+            const T r_plus_z = s + one_plus_z;
+            const T cc = c * s * (2 + s) / r_plus_z;
+            one_minus_f = s * one_minus_z / r_plus_z;
             if (cc * (2 - cc) - u2 > 0 || std::log(cc / u2) + 1 - cc >= 0) break;
         }
-        f = std::fmin(T(1), std::fmax(T(-1), f));
-        const T angle = std::fmin(std::atan2(std::sqrt((1 - f) * (1 + f)), f), below_pi);
+        const T sine = std::sqrt(std::max(T(0), one_minus_f * (2 - one_minus_f)));
+        const T angle = std::min(std::atan2(sine, 1 - one_minus_f), below_pi);
         r[i] = u.next() < T(0.5) ? -angle : angle;
     }
 }
@@ -98,6 +111,12 @@ template <class T> void l_random_von_mises(int n_random, T c, OptionList& opt, T
         if (count_checked(n_random, "n_random")) check_nonnegative(c, "c", &checks);
     };
     auto draw = [&](T* r) {
+        if (!std::isfinite(2 * c)) {
+            // The limit of an unbounded concentration: every angle 0.
+            for (int i = 0; i < n_random; ++i)
+                r[i] = 0;
+            return;
+        }
         Uniform<T> u;
         if (u.open()) von_mises(u, n_random, c, r);
     };

@@ -118,13 +118,17 @@ template <class T> void l_rnbet(int n, T p, T q, T* r) {
 }
 
 template <class T> void l_random_beta(int n_random, T p, T q, OptionList& opt, T** result) {
+    // Beyond the square root of the largest number, Cheng's 2 p q - p - q overflows.
+    const T largest = std::sqrt(mach<T>::huge) / 2;
     auto check = [&] {
         if (!count_checked(n_random, "n_random")) return;
-        if (!(p > 0)) {
+        if (!(p > 0 && p <= largest)) {
             insert_real(1, p);
+            insert_real(2, largest);
             korvs_ermes(5, 11033);
-        } else if (!(q > 0)) {
+        } else if (!(q > 0 && q <= largest)) {
             insert_real(1, q);
+            insert_real(2, largest);
             korvs_ermes(5, 11034);
         }
     };

@@ -153,6 +153,11 @@ TEST_F(ContinuousFit, VonMises) {
             continuous(label("von Mises", single, c), x,
                        [&](double v) { return integral(-kPi, v, density) / total; }, -kPi, kPi, 0, variance);
         }
+        // A concentration so large that the direct form of the steps would cancel: nearly
+        // normal with variance 1/c (1 + 1/(2c)).
+        const double c = 1e7;
+        const auto x = draw(single, kSample, korvs_f_random_von_mises, korvs_d_random_von_mises, c);
+        korvs_fit::moments(label("von Mises", single, c), x, 0, (1 + 0.5 / c) / c);
     }
 }
 

@@ -313,6 +313,25 @@ TEST_F(DeviateStreams, EdgeValues) {
     korvs_f_random_geometric(200, 1e-30f, KORVS_RETURN_USER, k.data(), 0);
     for (int v : k)
         EXPECT_EQ(v, 2147483647);
+    // The limits of an unbounded parameter: Student's t is the normal, the von Mises angle
+    // of an unbounded concentration is 0, without a message or a loop that never ends.
+    for (bool single : {true, false}) {
+        korvs_random_seed_set(8);
+        const auto t = draw(single, 50, korvs_f_random_student_t, korvs_d_random_student_t, HUGE_VAL);
+        korvs_random_seed_set(8);
+        std::vector<double> z(50);
+        if (single) {
+            std::vector<float> f(50);
+            korvs_f_random_normal(50, KORVS_ACCEPT_REJECT, KORVS_RETURN_USER, f.data(), 0);
+            z.assign(f.begin(), f.end());
+        } else {
+            korvs_d_random_normal(50, KORVS_ACCEPT_REJECT, KORVS_RETURN_USER, z.data(), 0);
+        }
+        EXPECT_EQ(t, z);
+        for (double v : draw(single, 50, korvs_f_random_von_mises, korvs_d_random_von_mises, HUGE_VAL))
+            EXPECT_EQ(v, 0);
+    }
+    EXPECT_TRUE(errors().empty());
     // Weibull shapes so small that the power overflows: a warning, and the largest number
     // where it does (0 where it underflows).
     double w[50];
