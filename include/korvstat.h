@@ -17,6 +17,7 @@
 #include "korvstat/machine.h"
 #include "korvstat/options.h"
 #include "korvstat/output.h"
+#include "korvstat/random.h"
 #include "korvstat/special.h"
 
 #endif
