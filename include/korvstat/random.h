@@ -75,6 +75,15 @@ KORVS_API double *korvs_d_random_triangular(int n_random, ...) KORVS_NOEXCEPT;
 /* Von Mises angles in (-pi, pi) with concentration c >= 0 (TERMINAL 11061). */
 KORVS_API float *korvs_f_random_von_mises(int n_random, float c, ...) KORVS_NOEXCEPT;
 KORVS_API double *korvs_d_random_von_mises(int n_random, double c, ...) KORVS_NOEXCEPT;
+/* n_vectors deviates of the l_vectors-variate normal with mean 0 and the given covariance
+ * matrix (l_vectors by l_vectors, symmetric; only one triangle is read), one vector per
+ * row of the n_vectors by l_vectors result. The matrix is factored as R'R with a rank
+ * tolerance of 1e-5 (float) or 100 double epsilons; a matrix that is not nonnegative
+ * definite gives WARNING 20406 and deviates from the factor with its bad pivots set to 0,
+ * a singular one correlated deviates of the lower rank. */
+KORVS_API float *korvs_f_random_normal_multivariate(int n_vectors, int l_vectors, float *covariances, ...) KORVS_NOEXCEPT;
+KORVS_API double *korvs_d_random_normal_multivariate(int n_vectors, int l_vectors, double *covariances,
+                                                      ...) KORVS_NOEXCEPT;
 /* Weibull b (-ln u)^(1/a) with shape a > 0 and the option KORVS_B (scale, default 1,
  * > 0), TERMINAL 20570 otherwise. */
 KORVS_API float *korvs_f_random_weibull(int n_random, float a, ...) KORVS_NOEXCEPT;
