@@ -197,7 +197,29 @@ __attribute__((destructor)) void process_detach_signals() {
 
 }  // namespace
 
+#if defined(KORVS_PLATFORM_JUMP)
 void jump_back(JumpBuffer& buffer) { siglongjmp(buffer.platform, 1); }
+#elif defined(__x86_64__)
+void jump_back(JumpBuffer& buffer) {
+    // The buffer's address stays in rdi, which the saved registers do not include.
+    asm volatile(
+        "mov 0(%0), %%rbx\n\t"
+        "mov 8(%0), %%rbp\n\t"
+        "mov 16(%0), %%r12\n\t"
+        "mov 24(%0), %%r13\n\t"
+        "mov 32(%0), %%r14\n\t"
+        "mov 40(%0), %%r15\n\t"
+        "mov 48(%0), %%rsp\n\t"
+        "mov $1, %%eax\n\t"
+        "jmp *56(%0)"
+        :
+        : "D"(buffer.words)
+        : "memory");
+    __builtin_unreachable();
+}
+#else
+void jump_back(JumpBuffer& buffer) { __builtin_longjmp(buffer.words, 1); }
+#endif
 
 // Any value but 0 is on.
 void set_signal_trapping(int value) {
