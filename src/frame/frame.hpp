@@ -23,9 +23,9 @@ void set_signal_trapping(int value);
 // Runs the worker with the SIGSEGV and SIGILL trap set: the one place that saves an
 // execution context. A trapped signal raises its code in the handler and 102 here. The
 // first trapped call of the process installs the handlers; no call makes a system call
-// after that. One copy per export, out of line: the worker is called directly (a shared
-// helper's indirect call mispredicts when nested exports alternate), and the export
-// itself stays free of the saved registers that a setjmp asks of its function.
+// after that. One copy per export, out of line: the worker is called directly rather
+// than through a pointer, and the export itself stays free of the registers that a
+// saved context asks its function to keep.
 template <class F> [[gnu::noinline]] void run_trapped(Context* c, F& worker, int state) {
     if (state != kTrappingOn) [[unlikely]]
         install_handlers_first();
