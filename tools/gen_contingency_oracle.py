@@ -10,6 +10,7 @@ For each table of tests/data/categorical_tables.csv with every margin positive, 
   with the table's margins. Where there are few such tables they are enumerated with exact
   rational arithmetic; otherwise the closed form (Haldane, 1940; Dawson, 1954) is used,
   after it has been checked against the enumeration on every small table.
+- prob: the probability of the table under independence with its margins, exactly.
 - stat, ase1, ase0 (index: row of the statistics table): each measure written out as a
   function of the counts; its asymptotic standard error sqrt(sum n g^2 - (sum n g)^2 / N)
   with g the derivatives of that function taken numerically by mpmath (so not the library's
@@ -19,9 +20,9 @@ For each table of tests/data/categorical_tables.csv with every margin positive, 
   Cohen and Everitt (1969), likewise. A measure whose maximum is tied (lambda) has no
   derivative and no standard errors here.
 """
-import itertools
 import sys
 from fractions import Fraction
+from math import factorial
 
 import mpmath as mp
 
@@ -291,7 +292,6 @@ def tables_with_margins(r, c):
 
 def exact_moments_enumerated(n):
     r, c, t = margins(n)
-    from math import factorial
     norm = Fraction(1, factorial(t))
     for x in r + c:
         norm *= factorial(x)
@@ -348,6 +348,14 @@ def main():
     for ident, name, counts in read_tables(data + "/categorical_tables.csv"):
         # Counts as 50-digit numbers, so that no quotient falls back to binary floating point.
         n = [[mp.mpf(x) for x in row] for row in counts]
+        ri, ci, ti = margins(counts)
+        prob = Fraction(1, factorial(ti))
+        for x in ri + ci:
+            prob *= factorial(x)
+        for row in counts:
+            for x in row:
+                prob /= factorial(x)
+        put(ident, "prob", 0, mp.mpf(prob.numerator) / prob.denominator)
         r, c, t = margins(n)
         if min(r + c) == 0:
             continue

@@ -68,6 +68,39 @@ KORVS_BEGIN_DECLS
 KORVS_API float korvs_f_contingency_table(int n_rows, int n_columns, float table[], ...) KORVS_NOEXCEPT;
 KORVS_API double korvs_d_contingency_table(int n_rows, int n_columns, double table[], ...) KORVS_NOEXCEPT;
 
+/* The exact p-value of independence with fixed margins (Fisher's exact test in r by c
+ * tables): the total probability of the tables with the same margins and a probability at
+ * most the observed one's. Counts are rounded to the nearest integer; n_rows and n_columns
+ * must be at least 1 (TERMINAL 603). korvs_f_exact_enumeration visits every table and suits
+ * small tables; beyond 1e9 tables it refuses with TERMINAL 20545. A zero total gives NaN with
+ * WARNING_IMMEDIATE 20540. Options:
+ *   KORVS_PROB_TABLE, T *: the probability of the observed table.
+ *   KORVS_P_VALUE, T *: the p-value again.
+ *   KORVS_CHECK, T *: 1 minus the sum of the probabilities of all tables. */
+KORVS_API float korvs_f_exact_enumeration(int n_rows, int n_columns, float table[], ...) KORVS_NOEXCEPT;
+KORVS_API double korvs_d_exact_enumeration(int n_rows, int n_columns, double table[], ...) KORVS_NOEXCEPT;
+
+/* The same p-value by the network algorithm of Mehta and Patel (1983, 1986), which walks
+ * the partial tables column by column, merging equal partial tables and settling a whole
+ * sub-network at once where the bounds on its most and least probable completions decide it.
+ * A zero total gives NaN with WARNING_IMMEDIATE 20542. Options:
+ *   KORVS_PROB_TABLE, T *; KORVS_P_VALUE, T *: as above.
+ *   KORVS_WORKSPACE, int factor1, int factor2, int max_attempts, int *n_attempts: room for
+ *     factor1 nodes and factor2 past paths per stage (defaults 100 and 3000, at least 1 and
+ *     10, TERMINAL 603), grown tenfold after each run that fills them (WARNING 20544), at
+ *     most max_attempts runs (default 10, at least 1; FATAL 20541 after the last). A size
+ *     the machine's memory cannot hold is refused as an allocation failure (203).
+ *     n_attempts, if not NULL, receives the number of runs.
+ *   KORVS_HYBRID, double expect, double percent, double expected_minimum (defaults 5, 80,
+ *     1), or KORVS_HYBRID_ADR with three T *: a sub-table in which percent % of the
+ *     expected counts reach expect and none is below expected_minimum is settled by the
+ *     chi-squared approximation of Mehta and Patel's hybrid test instead of exactly.
+ *     The hybrid is on by default; with the defaults it touches only large tables.
+ *   KORVS_NO_HYBRID: every sub-table exactly (expect 0).
+ * Margins whose mixed-radix node keys pass 64 bits give FATAL 20543. */
+KORVS_API float korvs_f_exact_network(int n_rows, int n_columns, float table[], ...) KORVS_NOEXCEPT;
+KORVS_API double korvs_d_exact_network(int n_rows, int n_columns, double table[], ...) KORVS_NOEXCEPT;
+
 KORVS_END_DECLS
 
 #endif
