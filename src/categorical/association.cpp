@@ -11,10 +11,10 @@ namespace {
 
 // The statistics' names in the zero standard error warning.
 const char* const kRowNames[kStatRows] = {
-    "Gamma",        "Kendall",      "Stuart",       "Somer(row)",   "Somer(col)",   "Pearson",
-    "Spearman",     "Tau(row)",     "Tau(col)",     "Uncertainty",  "Uncertainty(col)", "Uncertainty(row)",
-    "Lambda",       "Lambda(row)",  "Lambda(col)",  "Lambda*(row)", "Lambda*(col)", "Trend",
-    "Kruskal(row)", "Kruskal(col)", "Kappa",        "Bowker",       "McNemar"};
+    "Gamma",        "Kendall",      "Stuart",      "Somer(row)",   "Somer(col)",       "Pearson",
+    "Spearman",     "Tau(row)",     "Tau(col)",    "Uncertainty",  "Uncertainty(col)", "Uncertainty(row)",
+    "Lambda",       "Lambda(row)",  "Lambda(col)", "Lambda*(row)", "Lambda*(col)",     "Trend",
+    "Kruskal(row)", "Kruskal(col)", "Kappa",       "Bowker",       "McNemar"};
 
 // The rows whose column 2 is a standard error under independence and column 3 its z.
 bool has_normal_test(int row) {

@@ -9,6 +9,10 @@ namespace korvs {
 // A two-way table of counts with its margins, read through strides so that the same
 // routine serves a table and its transpose. Every margin is positive.
 struct CountTable {
+    CountTable(int r, int c, const double* column_major, const double* row_totals, const double* col_totals,
+               double n)
+        : rows(r), cols(c), n(column_major), col_stride(r), row(row_totals), col(col_totals), total(n) {}
+
     int rows = 0, cols = 0;
     const double* n = nullptr;
     long row_stride = 1, col_stride = 1;
@@ -35,9 +39,28 @@ using StatRow = double[kStatColumns];
 
 // The rows of the statistics table by name.
 enum StatRowIndex {
-    kGamma = 0, kTauB, kTauC, kSomersRow, kSomersCol, kPearson, kSpearman, kTauRows, kTauColumns,
-    kUncertainty, kUncertaintyColumns, kUncertaintyRows, kLambda, kLambdaRows, kLambdaColumns,
-    kLambdaStarRows, kLambdaStarColumns, kTrend, kKruskalRows, kKruskalColumns, kKappa, kBowker,
+    kGamma = 0,
+    kTauB,
+    kTauC,
+    kSomersRow,
+    kSomersCol,
+    kPearson,
+    kSpearman,
+    kTauRows,
+    kTauColumns,
+    kUncertainty,
+    kUncertaintyColumns,
+    kUncertaintyRows,
+    kLambda,
+    kLambdaRows,
+    kLambdaColumns,
+    kLambdaStarRows,
+    kLambdaStarColumns,
+    kTrend,
+    kKruskalRows,
+    kKruskalColumns,
+    kKappa,
+    kBowker,
     kMcNemar
 };
 

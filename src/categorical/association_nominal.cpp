@@ -70,7 +70,8 @@ void uncertainty(const CountTable& t, double* g, StatRow* s) {
         StatRowIndex row;
         double num_factor, wr, wc;  // U = num_factor I / (wr Hr + wc Hc)
     };
-    const Form forms[] = {{kUncertainty, 2, 1, 1}, {kUncertaintyColumns, 1, 0, 1}, {kUncertaintyRows, 1, 1, 0}};
+    const Form forms[] = {
+        {kUncertainty, 2, 1, 1}, {kUncertaintyColumns, 1, 0, 1}, {kUncertaintyRows, 1, 1, 0}};
     for (const Form& f : forms) {
         const double den = f.wr * hr + f.wc * hc;
         if (den <= 0) continue;
@@ -78,9 +79,10 @@ void uncertainty(const CountTable& t, double* g, StatRow* s) {
         for (int j = 0; j < c; ++j) {
             for (int i = 0; i < r; ++i) {
                 // An empty cell has no derivative in I, but it weighs nothing in the sum.
-                g[i + j * r] = t.at(i, j) > 0
-                                   ? (f.num_factor * d_info(i, j) - u * (f.wr * d_hr(i) + f.wc * d_hc(j))) / (n * den)
-                                   : 0.0;
+                g[i + j * r] =
+                    t.at(i, j) > 0
+                        ? (f.num_factor * d_info(i, j) - u * (f.wr * d_hr(i) + f.wc * d_hc(j))) / (n * den)
+                        : 0.0;
             }
         }
         s[f.row][0] = u;

@@ -62,11 +62,30 @@ void somers(const CountTable& t, bool by_columns, double s_pq, double null_numer
     out[2] = null_numerator / den;
 }
 
+// The terms that the rows' mid-ranks add to the derivatives of a score correlation: a count
+// added to row k raises the ranks of the rows after it by 1 and its own by 1/2, so of T
+// (through w_i = sum_j n_ij times the other side's centred scores) and of Sx (through
+// r_i times the row's own centred score) it adds the sums over the rows after k and half
+// of row k's.
+void rank_terms(const CountTable& t, const double* own, const double* other, double* of_t, double* of_s) {
+    double after_t = 0, after_s = 0;
+    for (int i = t.rows - 1; i >= 0; --i) {
+        double w = 0;
+        for (int j = 0; j < t.cols; ++j)
+            w += t.at(i, j) * other[j];
+        of_t[i] = after_t + w / 2;
+        of_s[i] = after_s + t.row[i] * own[i] / 2;
+        after_t += w;
+        after_s += t.row[i] * own[i];
+    }
+}
+
 // Pearson's correlation of the scores u (rows) and v (columns) weighted by the counts, with
 // its delta-method standard error; the scores are centred here. With mid-ranks the scores
 // move with the counts: a count added to cell (k, l) raises the ranks of the rows after k
 // by 1 and of row k by 1/2, and those terms join the derivative.
-void score_correlation(const CountTable& t, double* u, double* v, bool mid_ranks, double* work, StatRow& out) {
+void score_correlation(const CountTable& t, double* u, double* v, bool mid_ranks, double* work,
+                       StatRow& out) {
     const int r = t.rows, c = t.cols;
     const double n = t.total;
     double ubar = 0, vbar = 0;
@@ -90,37 +109,18 @@ void score_correlation(const CountTable& t, double* u, double* v, bool mid_ranks
             txy += t.at(i, j) * u[i] * v[j];
     if (sx <= 0 || sy <= 0) return;
     const double s = std::sqrt(sx * sy);
-    // The rank terms: grow[k] = sum over rows i > k of w_i plus half of w_k.
-    double* row_t = work;          // of T through the row ranks
-    double* col_t = row_t + r;     // of T through the column ranks
-    double* row_s = col_t + c;     // of Sx
-    double* col_s = row_s + r;     // of Sy
+    double* row_t = work;       // of T through the row ranks
+    double* col_t = row_t + r;  // of T through the column ranks
+    double* row_s = col_t + c;  // of Sx
+    double* col_s = row_s + r;  // of Sy
     double* g = col_s + c;
     for (int i = 0; i < r; ++i)
         row_t[i] = row_s[i] = 0;
     for (int j = 0; j < c; ++j)
         col_t[j] = col_s[j] = 0;
     if (mid_ranks) {
-        double after_t = 0, after_s = 0;
-        for (int i = r - 1; i >= 0; --i) {
-            double w = 0;
-            for (int j = 0; j < c; ++j)
-                w += t.at(i, j) * v[j];
-            row_t[i] = after_t + w / 2;
-            row_s[i] = after_s + t.row[i] * u[i] / 2;
-            after_t += w;
-            after_s += t.row[i] * u[i];
-        }
-        after_t = after_s = 0;
-        for (int j = c - 1; j >= 0; --j) {
-            double w = 0;
-            for (int i = 0; i < r; ++i)
-                w += t.at(i, j) * u[i];
-            col_t[j] = after_t + w / 2;
-            col_s[j] = after_s + t.col[j] * v[j] / 2;
-            after_t += w;
-            after_s += t.col[j] * v[j];
-        }
+        rank_terms(t, u, v, row_t, row_s);
+        rank_terms(t.transposed(), v, u, col_t, col_s);
     }
     const double rho = txy / s;
     for (int j = 0; j < c; ++j) {
@@ -178,7 +178,8 @@ void ordinal_measures(const CountTable& t, StatRow* s, double* work) {
         for (int j = 0; j < c; ++j)
             for (int i = 0; i < r; ++i)
                 g[i + j * r] = (2 * root * (a[i + j * r] - d[i + j * r]) -
-                                tau * ((n - t.row[i]) * dc + (n - t.col[j]) * dr)) / (dr * dc);
+                                tau * ((n - t.row[i]) * dc + (n - t.col[j]) * dr)) /
+                               (dr * dc);
         s[kTauB][0] = tau;
         s[kTauB][1] = delta_se(t, g);
         s[kTauB][2] = null_numerator / root;

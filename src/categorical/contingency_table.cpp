@@ -24,7 +24,19 @@ inline float binomial_cdf(int k, int n, float p) { return korvs_f_binomial_cdf(k
 inline double binomial_cdf(int k, int n, double p) { return korvs_d_binomial_cdf(k, n, p); }
 
 // The indices of the test vector.
-enum TestIndex { kChi = 0, kChiP, kDf, kLrt, kLrtP, kExactMean, kExactSd, kPhi, kContingency, kCramer, kTests };
+enum TestIndex {
+    kChi = 0,
+    kChiP,
+    kDf,
+    kLrt,
+    kLrtP,
+    kExactMean,
+    kExactSd,
+    kPhi,
+    kContingency,
+    kCramer,
+    kTests
+};
 
 // 1 - chi_squared_cdf(x, df) in the twin's precision. The distribution function's alert of
 // an underflow to 0 is harmless here, a p-value of 1, and is cleared.
@@ -35,7 +47,8 @@ template <class T> double chi_squared_upper(double x, double df) {
 }
 
 // 11137: a leading dimension below the rows it has to hold.
-bool leading_dimension_holds(int ld, const char* ld_name, int rows, const char* array, const char* rows_text) {
+bool leading_dimension_holds(int ld, const char* ld_name, int rows, const char* array,
+                             const char* rows_text) {
     if (ld >= rows) return true;
     korvs_e1stl(1, ld_name);
     korvs_e1stl(2, "n_rows");
@@ -85,8 +98,9 @@ void small_expected_warning(int small, int cells, double smallest, int df) {
 // enumeration of all tables with small margins confirms.
 double exact_variance(double n, int rows, int cols, double a, double b) {
     const double rr = rows, cc = cols, f = rr * cc, df = (rr - 1) * (cc - 1), h = rr + cc - 2;
-    const double v1 = (((2 * df * n + 2 * h + f * f) * n - 2 * (h * (rr + cc) + f * df)) * n - (cc - 2) * (rr - 2) * f) /
-                      ((n - 2) * (n - 1) * (n - 1));
+    const double v1 =
+        (((2 * df * n + 2 * h + f * f) * n - 2 * (h * (rr + cc) + f * df)) * n - (cc - 2) * (rr - 2) * f) /
+        ((n - 2) * (n - 1) * (n - 1));
     const double u = -((rr + 1) * (rr + 1) - 3) * b - ((cc + 1) * (cc + 1) - 3 - b) * a;
     const double w = (cc - 2) * cc * a + (rr - 2) * rr * b;
     const double v2 = ((a * b * n + u) * n + w) * n / ((n - 2) * (n - 1));
@@ -115,8 +129,8 @@ template <class T> void statistics_p_values(StatRow* s, const McNemarCounts& mcn
 // l_ctchi: margins in the last row and column of expected and chi; test holds the ten values
 // of TestIndex. Everything starts as NaN and stays so for a table with an empty row or column.
 template <class T>
-void l_ctchi(int n_rows, int n_columns, const T* table, int ldtabl, int icmpt, T* expected, int ldexpe, T* chi,
-             int ldchi, T* test, T* stat, int ldstat) {
+void l_ctchi(int n_rows, int n_columns, const T* table, int ldtabl, int icmpt, T* expected, int ldexpe,
+             T* chi, int ldchi, T* test, T* stat, int ldstat) {
     if (!dimensions_hold(n_rows, n_columns)) return;
     if (!leading_dimension_holds(ldtabl, "ldtabl", n_rows, "table", "n_rows") ||
         !leading_dimension_holds(ldexpe, "ldexpe", n_rows + 1, "expected", "n_rows+1") ||
@@ -240,14 +254,7 @@ void l_ctchi(int n_rows, int n_columns, const T* table, int ldtabl, int icmpt, T
             for (double& v : line)
                 v = mach<double>::nan;
         McNemarCounts mcnemar;
-        CountTable t;
-        t.rows = r;
-        t.cols = c;
-        t.n = n;
-        t.col_stride = r;
-        t.row = row;
-        t.col = col;
-        t.total = total;
+        const CountTable t(r, c, n, row, col, total);
         association_measures(t, s, row_chi + r, &mcnemar);
         statistics_p_values<T>(s, mcnemar);
         for (int j = 0; j < kStatColumns; ++j)
@@ -258,7 +265,8 @@ void l_ctchi(int n_rows, int n_columns, const T* table, int ldtabl, int icmpt, T
 }
 
 template void l_ctchi<float>(int, int, const float*, int, int, float*, int, float*, int, float*, float*, int);
-template void l_ctchi<double>(int, int, const double*, int, int, double*, int, double*, int, double*, double*, int);
+template void l_ctchi<double>(int, int, const double*, int, int, double*, int, double*, int, double*, double*,
+                              int);
 
 namespace {
 
@@ -276,7 +284,8 @@ template <class T> void deliver_row_major(const T* from, int ld, int rows, int c
             to[static_cast<long>(i) * cols + j] = from[i + static_cast<long>(j) * ld];
 }
 
-template <class T> void l_contingency_table(int n_rows, int n_columns, const T* table, OptionList& opt, T* result) {
+template <class T>
+void l_contingency_table(int n_rows, int n_columns, const T* table, OptionList& opt, T* result) {
     TestOutput<T> chi_out, lrt_out;
     Output<T> expected, contributions, means, statistics;
     for (int code; (code = opt.code()) != 0;) {
@@ -297,9 +306,13 @@ template <class T> void l_contingency_table(int n_rows, int n_columns, const T* 
                 opt.user<T>("chi_squared_contributions", "KORVS_CHI_SQUARED_CONTRIBUTIONS_USER"));
             break;
         case KORVS_EXACT_MEANS: means.set_plain(opt.pointer<T*>()); break;
-        case KORVS_EXACT_MEANS_USER: means.set_user(opt.user<T>("exact_means", "KORVS_EXACT_MEANS_USER")); break;
+        case KORVS_EXACT_MEANS_USER:
+            means.set_user(opt.user<T>("exact_means", "KORVS_EXACT_MEANS_USER"));
+            break;
         case KORVS_STATISTICS: statistics.set_plain(opt.pointer<T*>()); break;
-        case KORVS_STATISTICS_USER: statistics.set_user(opt.user<T>("statistics", "KORVS_STATISTICS_USER")); break;
+        case KORVS_STATISTICS_USER:
+            statistics.set_user(opt.user<T>("statistics", "KORVS_STATISTICS_USER"));
+            break;
         default: opt.unknown(code); return;
         }
     }
@@ -313,7 +326,8 @@ template <class T> void l_contingency_table(int n_rows, int n_columns, const T* 
     const int r = n_rows, c = n_columns;
     if (!expected.allocate(Shape(r + 1, "n_rows+1", c + 1, "n_columns+1")) ||
         !contributions.allocate(Shape(r + 1, "n_rows+1", c + 1, "n_columns+1")) ||
-        !means.allocate(Shape(2, "exact_means")) || !statistics.allocate(Shape(kStatRows, "23", kStatColumns, "5")))
+        !means.allocate(Shape(2, "exact_means")) ||
+        !statistics.allocate(Shape(kStatRows, "23", kStatColumns, "5")))
         return;
     // The column-major copy of the table, the two margin tables, the test vector and the
     // statistics table.

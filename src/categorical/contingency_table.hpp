@@ -8,7 +8,7 @@ namespace korvs {
 // dimensions ldexpe and ldchi), the test vector of ten values and, with icmpt 1, the 23 by 5
 // statistics table of leading dimension ldstat.
 template <class T>
-void l_ctchi(int n_rows, int n_columns, const T* table, int ldtabl, int icmpt, T* expected, int ldexpe, T* chi,
-             int ldchi, T* test, T* stat, int ldstat);
+void l_ctchi(int n_rows, int n_columns, const T* table, int ldtabl, int icmpt, T* expected, int ldexpe,
+             T* chi, int ldchi, T* test, T* stat, int ldstat);
 
 }  // namespace korvs

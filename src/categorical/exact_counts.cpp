@@ -11,7 +11,8 @@
 
 namespace korvs {
 
-template <class T> bool integer_table(int n_rows, int n_columns, const T* table, Workspace<int>& work, IntegerTable* t) {
+template <class T>
+bool integer_table(int n_rows, int n_columns, const T* table, Workspace<int>& work, IntegerTable* t) {
     double total = 0;
     for (long k = 0; k < static_cast<long>(n_rows) * n_columns; ++k) {
         const T x = table[k];
@@ -33,7 +34,8 @@ template <class T> bool integer_table(int n_rows, int n_columns, const T* table,
         korvs_ermes(5, 201);
         return false;
     }
-    if (!work.allocate(Shape::count(static_cast<long long>(n_rows) * n_columns + n_rows + n_columns))) return false;
+    if (!work.allocate(Shape::count(static_cast<long long>(n_rows) * n_columns + n_rows + n_columns)))
+        return false;
     int* cell = work.get();
     int* row = cell + static_cast<long>(n_rows) * n_columns;
     int* col = row + n_rows;

@@ -23,7 +23,8 @@ struct IntegerTable {
 // which is allocated here, with the empty rows and columns dropped. A negative or NaN count
 // raises 11140 with its row, column (from 0) and value; a total beyond what an int and the
 // log factorial table can hold raises 201 for that table. False on failure.
-template <class T> bool integer_table(int n_rows, int n_columns, const T* table, Workspace<int>& work, IntegerTable* t);
+template <class T>
+bool integer_table(int n_rows, int n_columns, const T* table, Workspace<int>& work, IntegerTable* t);
 
 // The table with rows and columns exchanged, into work.
 bool transpose_table(const IntegerTable& t, Workspace<int>& work, IntegerTable* out);

@@ -15,9 +15,9 @@ namespace korvs {
 struct ExactTable {
     enum Outcome { kFailed, kZeroTotal, kSingleTable, kReady };
     Outcome outcome = kFailed;
-    IntegerTable t;          // rows no more than columns
-    double* lf = nullptr;    // log k!, k = 0 .. total
-    double* lk = nullptr;    // log k, k = 0 .. total + 1 (lk[0] unused)
+    IntegerTable t;        // rows no more than columns
+    double* lf = nullptr;  // log k!, k = 0 .. total
+    double* lk = nullptr;  // log k, k = 0 .. total + 1 (lk[0] unused)
     Workspace<int> counts, transposed;
     Workspace<double> logs;
 };

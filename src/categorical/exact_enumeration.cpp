@@ -190,7 +190,8 @@ bool l_c2prb(const IntegerTable& t, const double* lf, double* p, double* prob, d
     return true;
 }
 
-template <class T> void l_exact_enumeration(int n_rows, int n_columns, const T* table, OptionList& opt, T* result) {
+template <class T>
+void l_exact_enumeration(int n_rows, int n_columns, const T* table, OptionList& opt, T* result) {
     EnumerationArgs<T> a;
     for (int code; (code = opt.code()) != 0;) {
         switch (code) {

@@ -89,8 +89,8 @@ public:
     bool allocate(long node_room, long value_room) {
         return stores_[0].allocate(t_.rows, node_room, value_room) &&
                stores_[1].allocate(t_.rows, node_room, value_room) &&
-               kept_.allocate(Shape(int(value_room), "factor2")) && running_.allocate(Shape(int(value_room) + 1, "factor2")) &&
-               bounds_.allocate(t_.rows, t_.cols);
+               kept_.allocate(Shape(int(value_room), "factor2")) &&
+               running_.allocate(Shape(int(value_room) + 1, "factor2")) && bounds_.allocate(t_.rows, t_.cols);
     }
     // 1: done, p-value in *p; 0: a store filled (name and room for the warning); -1: error.
     int run(double* p);
@@ -136,7 +136,8 @@ double Walk::hybrid_log_peak(int n, const int* u, int stage, int total) const {
         for (int j = 0; j < stage; ++j)
             qualified += double(u[i]) * cols_[j] / total >= hybrid_.expect;
     const double smallest = double(u[0]) * cols_[0] / total;  // both ascending
-    if (smallest < hybrid_.minimum || 100.0 * qualified < hybrid_.percent * n * stage) return mach<double>::nan;
+    if (smallest < hybrid_.minimum || 100.0 * qualified < hybrid_.percent * n * stage)
+        return mach<double>::nan;
     double k = (n - 1) * (stage - 1) * std::log(2 * M_PI) + (1.0 - n * stage) * std::log(double(total));
     for (int i = 0; i < n; ++i)
         k += (stage - 1) * std::log(double(u[i]));
@@ -202,7 +203,8 @@ long Walk::settle(int node, int stage) {
             kept_[kept++] = {v, w};
         }
     }
-    std::sort(kept_.get(), kept_.get() + kept, [](const Past& a, const Past& b) { return a.value < b.value; });
+    std::sort(kept_.get(), kept_.get() + kept,
+              [](const Past& a, const Past& b) { return a.value < b.value; });
     double run = 0;
     for (long k = 0; k < kept; ++k) {
         running_[k] = run;
@@ -225,7 +227,8 @@ int Walk::expand(int node, int stage, long kept) {
     const Past* begin = kept_.get();
     const Past* end = begin + kept;
     auto after = [&](double limit) {
-        return std::upper_bound(begin, end, limit, [](double x, const Past& q) { return x < q.value; }) - begin;
+        return std::upper_bound(begin, end, limit, [](double x, const Past& q) { return x < q.value; }) -
+               begin;
     };
     bool full = false;
     auto visit = [&](const int* x, double log_sum, double mult) {
@@ -280,7 +283,8 @@ int Walk::last_two_columns(int node) {
     BranchWalk<decltype(visit)> walk(n, rest, lf_, x_, visit);
     walk.run(cols_[1]);
     if (failed) return -1;
-    std::sort(pairs_.begin(), pairs_.end(), [](const Pairs::Pair& a, const Pairs::Pair& b) { return a.value < b.value; });
+    std::sort(pairs_.begin(), pairs_.end(),
+              [](const Pairs::Pair& a, const Pairs::Pair& b) { return a.value < b.value; });
     // Running sums of mult exp(value - top), smallest values first.
     const double top = pairs_.size() ? (pairs_.end() - 1)->value : 0;
     double run = 0;
@@ -339,8 +343,8 @@ template <class T> struct NetworkArgs {
 };
 
 // The runs of the walk with room growing tenfold, and the p-value.
-bool l_c2epr(const IntegerTable& t, const double* lf, const double* lk, const NetworkArgs<double>& a, double* p,
-             double* prob, int* attempts) {
+bool l_c2epr(const IntegerTable& t, const double* lf, const double* lk, const NetworkArgs<double>& a,
+             double* p, double* prob, int* attempts) {
     if (t.rows > kMaxNodeRows) {
         korvs_e1sti(1, kMaxNodeRows);
         korvs_ermes(4, 20543);
@@ -371,7 +375,8 @@ bool l_c2epr(const IntegerTable& t, const double* lf, const double* lk, const Ne
         *attempts = attempt + 1;
         // Room that an int cannot count or the machine cannot hold fails as an allocation.
         const double bytes = 2 * NodeStore::bytes(t.rows, long(std::fmin(node_room, 1e18)),
-                                                  long(std::fmin(value_room, 1e18))) + 24 * value_room;
+                                                  long(std::fmin(value_room, 1e18))) +
+                             24 * value_room;
         if (node_room > 1e9 || value_room > 1e9 || bytes > double(work_space_ceiling())) {
             korvs_e1sti(1, attempt + 1);
             korvs_e1stl(1, "n_attempts");
@@ -398,7 +403,8 @@ bool l_c2epr(const IntegerTable& t, const double* lf, const double* lk, const Ne
     return false;
 }
 
-template <class T> void l_exact_network(int n_rows, int n_columns, const T* table, OptionList& opt, T* result) {
+template <class T>
+void l_exact_network(int n_rows, int n_columns, const T* table, OptionList& opt, T* result) {
     NetworkArgs<T> a;
     for (int code; (code = opt.code()) != 0;) {
         switch (code) {
@@ -464,7 +470,8 @@ KORVS_API float korvs_f_exact_network(int n_rows, int n_columns, float table[], 
     va_list ap;
     va_start(ap, table);
     korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_f_exact_network", [&] { korvs::l_exact_network(n_rows, n_columns, table, opt, &r); });
+    korvs::run_frame("korvs_f_exact_network",
+                     [&] { korvs::l_exact_network(n_rows, n_columns, table, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -474,7 +481,8 @@ KORVS_API double korvs_d_exact_network(int n_rows, int n_columns, double table[]
     va_list ap;
     va_start(ap, table);
     korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_d_exact_network", [&] { korvs::l_exact_network(n_rows, n_columns, table, opt, &r); });
+    korvs::run_frame("korvs_d_exact_network",
+                     [&] { korvs::l_exact_network(n_rows, n_columns, table, opt, &r); });
     va_end(ap);
     return r;
 }

@@ -20,15 +20,16 @@ int key_weights(int rows, const int* sorted_rows, std::uint64_t* weights) {
     if (rows > kMaxNodeRows) return kMaxNodeRows;
     weights[0] = 1;
     for (int i = 0; i < rows; ++i) {
-        if (__builtin_mul_overflow(weights[i], static_cast<std::uint64_t>(sorted_rows[i]) + 1, &weights[i + 1]))
+        if (__builtin_mul_overflow(weights[i], static_cast<std::uint64_t>(sorted_rows[i]) + 1,
+                                   &weights[i + 1]))
             return i;
     }
     return -1;
 }
 
 double NodeStore::bytes(int rows, long node_room, long value_room) {
-    const double per_node = sizeof(std::uint64_t) + rows * sizeof(int) + 2 * sizeof(long) + 2 * sizeof(int) +
-                            4 * sizeof(double);
+    const double per_node =
+        sizeof(std::uint64_t) + rows * sizeof(int) + 2 * sizeof(long) + 2 * sizeof(int) + 4 * sizeof(double);
     const double per_value = 2 * sizeof(double) + 4 * sizeof(long) + sizeof(int) + sizeof(std::int64_t);
     return double(node_room) * per_node + double(value_room) * per_value;
 }
@@ -40,12 +41,15 @@ bool NodeStore::allocate(int rows, long node_room, long value_room) {
     node_slots_ = 2 * node_room;
     value_slots_ = 2 * value_room;
     const int room1 = int(node_room), room2 = int(value_room);
-    if (!key_.allocate(Shape(room1, "factor1")) || !totals_store_.allocate(Shape(room1, "factor1", rows, "rows")) ||
-        !head_.allocate(Shape(room1, "factor1")) || !info_.allocate(Shape(room1, "factor1", 4, "4")) || !node_slot_.allocate(Shape(room1, "factor1")) ||
+    if (!key_.allocate(Shape(room1, "factor1")) ||
+        !totals_store_.allocate(Shape(room1, "factor1", rows, "rows")) ||
+        !head_.allocate(Shape(room1, "factor1")) || !info_.allocate(Shape(room1, "factor1", 4, "4")) ||
+        !node_slot_.allocate(Shape(room1, "factor1")) ||
         !node_hash_.allocate(Shape(2, "2", room1, "factor1")) || !value_.allocate(Shape(room2, "factor2")) ||
         !weight_.allocate(Shape(room2, "factor2")) || !link_.allocate(Shape(room2, "factor2")) ||
         !owner_.allocate(Shape(room2, "factor2")) || !bin_.allocate(Shape(room2, "factor2")) ||
-        !value_slot_.allocate(Shape(room2, "factor2")) || !value_hash_.allocate(Shape(2, "2", room2, "factor2")))
+        !value_slot_.allocate(Shape(room2, "factor2")) ||
+        !value_hash_.allocate(Shape(2, "2", room2, "factor2")))
         return false;
     totals_ = totals_store_.get();
     for (long s = 0; s < node_slots_; ++s)

@@ -41,7 +41,8 @@ TEST_F(ContingencyWorker, ChecksItsOwnDimensionsAndFlag) {
     };
     const char* dims = "%(l1) %(i1) %(l2) %(l3) %(l4) %(i2)";
     std::vector<ErrorCase> cases = {
-        {"ldtabl below the rows", with([](Call& c) { c.ldtabl = 2; }), 5, 11137, dims, "ldtabl 2 n_rows table n_rows 3"},
+        {"ldtabl below the rows", with([](Call& c) { c.ldtabl = 2; }), 5, 11137, dims,
+         "ldtabl 2 n_rows table n_rows 3"},
         {"ldexpe below the rows and margin", with([](Call& c) { c.ldexpe = 3; }), 5, 11137, dims,
          "ldexpe 3 n_rows expected n_rows+1 4"},
         {"ldchi below the rows and margin", with([](Call& c) { c.ldchi = 3; }), 5, 11137, dims,
@@ -65,7 +66,7 @@ TEST_F(ContingencyWorker, TestVectorHoldsPhiContingencyAndCramer) {
     EXPECT_NEAR(c.test[7], std::sqrt(chi / n), 1e-15);
     EXPECT_NEAR(c.test[8], std::sqrt(chi / (chi + n)), 1e-15);
     EXPECT_NEAR(c.test[9], std::sqrt(chi / n), 1e-15);  // min(3, 2) - 1 = 1
-    EXPECT_EQ(c.expected[3 + 4 * 2], n);  // the corner of the margins
+    EXPECT_EQ(c.expected[3 + 4 * 2], n);                // the corner of the margins
 }
 
 }  // namespace

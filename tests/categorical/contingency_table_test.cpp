@@ -43,9 +43,10 @@ template <class T> Results run(const TwoWay& t) {
     std::vector<T> e(margins), contrib(margins), means(2), stats(23 * 5);
     T chi, chi_p, lrt, lrt_p;
     Results out;
-    out.p = call<T>(t.rows, t.cols, x.data(), KORVS_CHI_SQUARED, &out.chi_df, &chi, &chi_p, KORVS_LRT, &out.lrt_df,
-                    &lrt, &lrt_p, KORVS_EXPECTED_USER, e.data(), KORVS_CHI_SQUARED_CONTRIBUTIONS_USER, contrib.data(),
-                    KORVS_EXACT_MEANS_USER, means.data(), KORVS_STATISTICS_USER, stats.data(), 0);
+    out.p = call<T>(t.rows, t.cols, x.data(), KORVS_CHI_SQUARED, &out.chi_df, &chi, &chi_p, KORVS_LRT,
+                    &out.lrt_df, &lrt, &lrt_p, KORVS_EXPECTED_USER, e.data(),
+                    KORVS_CHI_SQUARED_CONTRIBUTIONS_USER, contrib.data(), KORVS_EXACT_MEANS_USER,
+                    means.data(), KORVS_STATISTICS_USER, stats.data(), 0);
     EXPECT_EQ(x, t.as<T>()) << "the caller's table is left as it was";
     out.chi = chi, out.chi_p = chi_p, out.lrt = lrt, out.lrt_p = lrt_p;
     out.expected.assign(e.begin(), e.end());
@@ -56,6 +57,18 @@ template <class T> Results run(const TwoWay& t) {
 }
 
 Results run(const TwoWay& t, bool single) { return single ? run<float>(t) : run<double>(t); }
+
+// f(table, single, results) for each table of the data file, every margin positive, in
+// each twin.
+template <class F> void each_table(F f) {
+    for (bool single : {false, true}) {
+        for (const TwoWay& t : categorical_data::tables()) {
+            if (!t.margins_positive()) continue;
+            SCOPED_TRACE(t.name + (single ? " (float)" : " (double)"));
+            f(t, single, run(t, single));
+        }
+    }
+}
 
 // |got - want| within rel |want| + abs, or both NaN.
 ::testing::AssertionResult near(double got, long double want, double rel, double abs) {
@@ -76,38 +89,31 @@ Tier tier(bool single) { return single ? Tier{2e-6, 2e-6} : Tier{2e-13, 1e-12}; 
 TEST_F(ContingencyTable, PearsonAndLikelihoodRatioAgainstR) {
     const Oracle r_values("categorical_r.csv");
     ASSERT_FALSE(r_values.empty());
-    for (bool single : {false, true}) {
-        for (const TwoWay& t : categorical_data::tables()) {
-            SCOPED_TRACE(t.name + (single ? " (float)" : " (double)"));
-            const Tier tol = tier(single);
-            const Results got = run(t, single);
-            EXPECT_EQ(got.chi_df, int(r_values.get(t.id, "df")));
-            EXPECT_EQ(got.lrt_df, got.chi_df);
-            EXPECT_TRUE(near(got.chi, r_values.get(t.id, "chi"), tol.stat, 1e-300));
-            EXPECT_TRUE(near(got.lrt, r_values.get(t.id, "lrt"), tol.stat, 1e-300));
-            EXPECT_TRUE(near(got.p, r_values.get(t.id, "chi_p"), tol.p, tol.p));
-            EXPECT_EQ(got.p, got.chi_p);
-            EXPECT_TRUE(near(got.lrt_p, r_values.get(t.id, "lrt_p"), tol.p, tol.p));
-            for (int k = 0; k < (t.rows + 1) * (t.cols + 1); ++k) {
-                EXPECT_TRUE(near(got.expected[k], r_values.get(t.id, "expected", k), tol.stat, 0)) << "cell " << k;
-                EXPECT_TRUE(near(got.contributions[k], r_values.get(t.id, "contribution", k), tol.stat, 1e-12))
-                    << "cell " << k;
-            }
+    each_table([&](const TwoWay& t, bool single, const Results& got) {
+        const Tier tol = tier(single);
+        EXPECT_EQ(got.chi_df, int(r_values.get(t.id, "df")));
+        EXPECT_EQ(got.lrt_df, got.chi_df);
+        EXPECT_TRUE(near(got.chi, r_values.get(t.id, "chi"), tol.stat, 1e-300));
+        EXPECT_TRUE(near(got.lrt, r_values.get(t.id, "lrt"), tol.stat, 1e-300));
+        EXPECT_TRUE(near(got.p, r_values.get(t.id, "chi_p"), tol.p, tol.p));
+        EXPECT_EQ(got.p, got.chi_p);
+        EXPECT_TRUE(near(got.lrt_p, r_values.get(t.id, "lrt_p"), tol.p, tol.p));
+        for (int k = 0; k < (t.rows + 1) * (t.cols + 1); ++k) {
+            EXPECT_TRUE(near(got.expected[k], r_values.get(t.id, "expected", k), tol.stat, 0))
+                << "cell " << k;
+            EXPECT_TRUE(near(got.contributions[k], r_values.get(t.id, "contribution", k), tol.stat, 1e-12))
+                << "cell " << k;
         }
-    }
+    });
 }
 
 TEST_F(ContingencyTable, ExactMomentsAgainstEnumeration) {
     const Oracle moments("contingency_measures.csv");
-    for (bool single : {false, true}) {
-        for (const TwoWay& t : categorical_data::tables()) {
-            if (t.total() <= 3) continue;
-            SCOPED_TRACE(t.name + (single ? " (float)" : " (double)"));
-            const Results got = run(t, single);
-            EXPECT_TRUE(near(got.means[0], moments.get(t.id, "mean"), tier(single).stat, 0));
-            EXPECT_TRUE(near(got.means[1], moments.get(t.id, "sd"), 10 * tier(single).stat, 0));
-        }
-    }
+    each_table([&](const TwoWay& t, bool single, const Results& got) {
+        if (t.total() <= 3) return;
+        EXPECT_TRUE(near(got.means[0], moments.get(t.id, "mean"), tier(single).stat, 0));
+        EXPECT_TRUE(near(got.means[1], moments.get(t.id, "sd"), 10 * tier(single).stat, 0));
+    });
 }
 
 // A total of 3: no exact moments, with WARNING_IMMEDIATE 11148; every other result delivered.
@@ -128,77 +134,68 @@ TEST_F(ContingencyTable, TotalOfThreeHasNoExactMoments) {
 TEST_F(ContingencyTable, MeasuresAgainstTheirFormulas) {
     const Oracle measures("contingency_measures.csv");
     const char* quantity[3] = {"stat", "ase1", "ase0"};
-    for (bool single : {false, true}) {
+    each_table([&](const TwoWay& t, bool single, const Results& got) {
         const double tol = single ? 5e-6 : 1e-12;
-        for (const TwoWay& t : categorical_data::tables()) {
-            if (!t.margins_positive()) continue;
-            SCOPED_TRACE(t.name + (single ? " (float)" : " (double)"));
-            const Results got = run(t, single);
-            for (int row = 0; row < 23; ++row) {
-                const double* s = &got.statistics[row * 5];
-                for (int col = 0; col < 3; ++col) {
-                    const long double want = measures.get(t.id, quantity[col], row);
-                    if (std::isnan(double(want))) continue;
-                    EXPECT_TRUE(near(s[col], want, tol, tol * 1e-3)) << "row " << row << ", column " << col;
-                }
-                if (row <= 17 || row == 20) {
-                    if (s[2] > 0) {
-                        EXPECT_TRUE(near(s[3], s[0] / s[2], tol, 0)) << "row " << row;
-                        const double p = std::erfc(std::fabs(s[3]) / std::sqrt(2.0));
-                        EXPECT_TRUE(near(s[4], p, single ? 1e-5 : 1e-13, single ? 1e-6 : 1e-15)) << "row " << row;
-                    } else {
-                        EXPECT_TRUE(std::isnan(s[3]) && std::isnan(s[4])) << "row " << row;
-                    }
+        for (int row = 0; row < 23; ++row) {
+            const double* s = &got.statistics[row * 5];
+            for (int col = 0; col < 3; ++col) {
+                const long double want = measures.get(t.id, quantity[col], row);
+                if (std::isnan(double(want))) continue;
+                EXPECT_TRUE(near(s[col], want, tol, tol * 1e-3)) << "row " << row << ", column " << col;
+            }
+            if (row <= 17 || row == 20) {
+                if (s[2] > 0) {
+                    EXPECT_TRUE(near(s[3], s[0] / s[2], tol, 0)) << "row " << row;
+                    const double p = std::erfc(std::fabs(s[3]) / std::sqrt(2.0));
+                    EXPECT_TRUE(near(s[4], p, single ? 1e-5 : 1e-13, single ? 1e-6 : 1e-15)) << "row " << row;
+                } else {
+                    EXPECT_TRUE(std::isnan(s[3]) && std::isnan(s[4])) << "row " << row;
                 }
             }
         }
-    }
+    });
 }
 
 // The rows that R's own tests give: the correlations of the expanded data, the
 // Mantel-Haenszel statistic (N - 1) r^2, the trend test, Kruskal-Wallis, Bowker and McNemar.
 TEST_F(ContingencyTable, TestsAgainstR) {
     const Oracle r_values("categorical_r.csv");
-    for (bool single : {false, true}) {
+    each_table([&](const TwoWay& t, bool single, const Results& got) {
         const double tol = single ? 5e-6 : 1e-12;
-        for (const TwoWay& t : categorical_data::tables()) {
-            if (!t.margins_positive()) continue;
-            SCOPED_TRACE(t.name + (single ? " (float)" : " (double)"));
-            const Results got = run(t, single);
-            const std::vector<double>& s = got.statistics;
-            for (auto [id, index] : r_values.keys("stat")) {
-                if (id != t.id) continue;
-                // Column 4 of rows 18 and 21 is a p-value, 1 - chi_squared_cdf: its digits are those
-                // of the distribution function, whose upper series near x = 26 is good to a few
-                // units in 1e-9 only; it must be that function's value at the statistic.
-                const bool chi_p = index % 5 == 4;
-                EXPECT_TRUE(near(s[index], r_values.get(id, "stat", index), chi_p ? 0 : tol,
-                                 chi_p ? (single ? 2e-6 : 1e-8) : tol * 1e-2))
-                    << "element " << index;
-                if (chi_p) {
-                    const double upper =
-                        single ? float(1 - double(korvs_f_chi_squared_cdf(float(s[index - 4]), float(s[index - 3]))))
-                               : 1 - korvs_d_chi_squared_cdf(s[index - 4], s[index - 3]);
-                    EXPECT_EQ(s[index], upper) << "element " << index;
-                }
-            }
-            const long double mh = r_values.get(t.id, "mantel_haenszel");
-            if (!std::isnan(double(mh))) {
-                EXPECT_TRUE(near(s[5 * 5 + 3] * s[5 * 5 + 3], mh, tol, 0));
-            }
-            const long double trend = r_values.get(t.id, "trend");
-            if (!std::isnan(double(trend))) {
-                EXPECT_TRUE(near(s[17 * 5 + 3] * s[17 * 5 + 3], trend, tol, 1e-10));
-            }
-            if (t.rows != 2) {
-                EXPECT_TRUE(std::isnan(s[17 * 5])) << "the trend needs two rows";
-            }
-            if (t.rows != t.cols) {
-                for (int k = 20 * 5; k < 23 * 5; ++k)
-                    EXPECT_TRUE(std::isnan(s[k])) << "square tables only, element " << k;
+        const std::vector<double>& s = got.statistics;
+        for (auto [id, index] : r_values.keys("stat")) {
+            if (id != t.id) continue;
+            // Column 4 of rows 18 and 21 is a p-value, 1 - chi_squared_cdf: its digits are those
+            // of the distribution function, whose upper series near x = 26 is good to a few
+            // units in 1e-9 only; it must be that function's value at the statistic.
+            const bool chi_p = index % 5 == 4;
+            EXPECT_TRUE(near(s[index], r_values.get(id, "stat", index), chi_p ? 0 : tol,
+                             chi_p ? (single ? 2e-6 : 1e-8) : tol * 1e-2))
+                << "element " << index;
+            if (chi_p) {
+                const double upper =
+                    single
+                        ? float(1 - double(korvs_f_chi_squared_cdf(float(s[index - 4]), float(s[index - 3]))))
+                        : 1 - korvs_d_chi_squared_cdf(s[index - 4], s[index - 3]);
+                EXPECT_EQ(s[index], upper) << "element " << index;
             }
         }
-    }
+        const long double mh = r_values.get(t.id, "mantel_haenszel");
+        if (!std::isnan(double(mh))) {
+            EXPECT_TRUE(near(s[5 * 5 + 3] * s[5 * 5 + 3], mh, tol, 0));
+        }
+        const long double trend = r_values.get(t.id, "trend");
+        if (!std::isnan(double(trend))) {
+            EXPECT_TRUE(near(s[17 * 5 + 3] * s[17 * 5 + 3], trend, tol, 1e-10));
+        }
+        if (t.rows != 2) {
+            EXPECT_TRUE(std::isnan(s[17 * 5])) << "the trend needs two rows";
+        }
+        if (t.rows != t.cols) {
+            for (int k = 20 * 5; k < 23 * 5; ++k)
+                EXPECT_TRUE(std::isnan(s[k])) << "square tables only, element " << k;
+        }
+    });
 }
 
 // Perfect agreement in a 2 by 2 table: the null standard errors of gamma to Somers' d are
@@ -234,7 +231,8 @@ TEST_F(ContingencyTable, EmptyRowGivesNaNWithoutMessage) {
         clear();
         TwoWay t{0, "empty_row", 3, 3, {2, 3, 4, 0, 0, 0, 1, 5, 2}};
         const Results got = run(t, single);
-        EXPECT_TRUE(std::isnan(got.p) && std::isnan(got.chi) && std::isnan(got.lrt) && std::isnan(got.means[0]));
+        EXPECT_TRUE(std::isnan(got.p) && std::isnan(got.chi) && std::isnan(got.lrt) &&
+                    std::isnan(got.means[0]));
         for (double v : got.statistics)
             EXPECT_TRUE(std::isnan(v));
         // The margins of the expected table are formed; its cells are not.
@@ -283,15 +281,16 @@ TEST_F(ContingencyTable, AllocatedArraysMatchTheCallersArrays) {
     std::vector<double> x = t.counts;
     double *e = nullptr, *contrib = nullptr, *means = nullptr, *stats = nullptr;
     const double p = korvs_d_contingency_table(t.rows, t.cols, x.data(), KORVS_EXPECTED, &e,
-                                               KORVS_CHI_SQUARED_CONTRIBUTIONS, &contrib, KORVS_EXACT_MEANS, &means,
-                                               KORVS_STATISTICS, &stats, 0);
+                                               KORVS_CHI_SQUARED_CONTRIBUTIONS, &contrib, KORVS_EXACT_MEANS,
+                                               &means, KORVS_STATISTICS, &stats, 0);
     ASSERT_TRUE(e && contrib && means && stats);
     EXPECT_EQ(p, user.p);
     EXPECT_EQ(std::vector<double>(e, e + user.expected.size()), user.expected);
     EXPECT_EQ(std::vector<double>(contrib, contrib + user.contributions.size()), user.contributions);
     EXPECT_EQ(std::vector<double>(means, means + 2), user.means);
     for (int k = 0; k < 23 * 5; ++k)
-        EXPECT_TRUE(user.statistics[k] == stats[k] || (std::isnan(user.statistics[k]) && std::isnan(stats[k])));
+        EXPECT_TRUE(user.statistics[k] == stats[k] ||
+                    (std::isnan(user.statistics[k]) && std::isnan(stats[k])));
     std::free(e), std::free(contrib), std::free(means), std::free(stats);
     EXPECT_EQ(korvs_d_contingency_table(t.rows, t.cols, x.data(), 0), user.p);
     float pf = korvs_f_contingency_table(2, 2, std::vector<float>{3, 1, 1, 3}.data(), 0);
@@ -305,8 +304,8 @@ TEST_F(ContingencyTable, BadArguments) {
     std::vector<ErrorCase> cases = {
         {"one row", [&] { EXPECT_TRUE(std::isnan(korvs_d_contingency_table(1, 6, x.data(), 0))); }, 5, 11136,
          "%(l1)=%(i1)", "n_rows=1"},
-        {"one column", [&] { EXPECT_TRUE(std::isnan(korvs_f_contingency_table(6, 1, xf.data(), 0))); }, 5, 11136,
-         "%(l1)=%(i1)", "n_columns=1"},
+        {"one column", [&] { EXPECT_TRUE(std::isnan(korvs_f_contingency_table(6, 1, xf.data(), 0))); }, 5,
+         11136, "%(l1)=%(i1)", "n_columns=1"},
         {"null table", [&] { korvs_d_contingency_table(2, 3, nullptr, 0); }, 5, 6002, "%(l1)", "table"},
         {"negative cell",
          [&] {

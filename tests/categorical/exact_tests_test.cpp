@@ -39,11 +39,11 @@ template <class T> Exact run(Method m, int r, int c, const std::vector<double>& 
     constexpr bool single = sizeof(T) == sizeof(float);
     if (m == Method::kEnumeration) {
         if constexpr (single)
-            p = korvs_f_exact_enumeration(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option, KORVS_CHECK,
-                                          &check, 0);
+            p = korvs_f_exact_enumeration(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option,
+                                          KORVS_CHECK, &check, 0);
         else
-            p = korvs_d_exact_enumeration(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option, KORVS_CHECK,
-                                          &check, 0);
+            p = korvs_d_exact_enumeration(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option,
+                                          KORVS_CHECK, &check, 0);
         out.check = check;
     } else if (hybrid) {
         if constexpr (single)
@@ -52,11 +52,11 @@ template <class T> Exact run(Method m, int r, int c, const std::vector<double>& 
             p = korvs_d_exact_network(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option, 0);
     } else {
         if constexpr (single)
-            p = korvs_f_exact_network(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option, KORVS_NO_HYBRID,
-                                      KORVS_WORKSPACE, 10000, 300000, 2, &out.attempts, 0);
+            p = korvs_f_exact_network(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option,
+                                      KORVS_NO_HYBRID, KORVS_WORKSPACE, 10000, 300000, 2, &out.attempts, 0);
         else
-            p = korvs_d_exact_network(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option, KORVS_NO_HYBRID,
-                                      KORVS_WORKSPACE, 10000, 300000, 2, &out.attempts, 0);
+            p = korvs_d_exact_network(r, c, x.data(), KORVS_PROB_TABLE, &prob, KORVS_P_VALUE, &p_option,
+                                      KORVS_NO_HYBRID, KORVS_WORKSPACE, 10000, 300000, 2, &out.attempts, 0);
     }
     EXPECT_EQ(std::vector<double>(x.begin(), x.end()), std::vector<double>(cells.begin(), cells.end()))
         << "the caller's table is left as it was";
@@ -65,7 +65,8 @@ template <class T> Exact run(Method m, int r, int c, const std::vector<double>& 
 }
 
 Exact run(Method m, bool single, const TwoWay& t, bool hybrid = false) {
-    return single ? run<float>(m, t.rows, t.cols, t.counts, hybrid) : run<double>(m, t.rows, t.cols, t.counts, hybrid);
+    return single ? run<float>(m, t.rows, t.cols, t.counts, hybrid)
+                  : run<double>(m, t.rows, t.cols, t.counts, hybrid);
 }
 
 // Relative error tiers: the double twin to the 1e-10 that R's exact p-values allow (both
@@ -150,15 +151,15 @@ TEST_F(ExactTests, HybridApproximatesTheExactValue) {
     const double hybrid = korvs_d_exact_network(3, 3, x.data(), KORVS_WORKSPACE, 1000, 30000, 1, nullptr, 0);
     EXPECT_NE(hybrid, exact);
     EXPECT_NEAR(hybrid, exact, 0.05 * exact);
-    const double strict =
-        korvs_d_exact_network(3, 3, x.data(), KORVS_HYBRID, 1000.0, 80.0, 1.0, KORVS_WORKSPACE, 1000, 30000, 1, nullptr, 0);
+    const double strict = korvs_d_exact_network(3, 3, x.data(), KORVS_HYBRID, 1000.0, 80.0, 1.0,
+                                                KORVS_WORKSPACE, 1000, 30000, 1, nullptr, 0);
     EXPECT_NEAR(strict, exact, 1e-13 * exact);
     float xf[9];
     for (int k = 0; k < 9; ++k)
         xf[k] = float(x[k]);
     float expect = 5, percent = 80, minimum = 1;
-    EXPECT_EQ(korvs_f_exact_network(3, 3, xf, KORVS_HYBRID_ADR, &expect, &percent, &minimum, KORVS_WORKSPACE, 1000,
-                                    30000, 1, nullptr, 0),
+    EXPECT_EQ(korvs_f_exact_network(3, 3, xf, KORVS_HYBRID_ADR, &expect, &percent, &minimum, KORVS_WORKSPACE,
+                                    1000, 30000, 1, nullptr, 0),
               float(hybrid));
     for (const auto& e : errors())
         ADD_FAILURE() << "raised " << e.code;
@@ -228,7 +229,8 @@ TEST_F(ExactTests, WorkSpaceGrowsTenfoldAndItsLimitsGiveTheirCodes) {
 
     // Room past what the machine may give is refused as an allocation, before any is made.
     clear();
-    EXPECT_TRUE(std::isnan(korvs_d_exact_network(3, 3, x.data(), KORVS_WORKSPACE, 2000000000, 3000, 1, &attempts, 0)));
+    EXPECT_TRUE(std::isnan(
+        korvs_d_exact_network(3, 3, x.data(), KORVS_WORKSPACE, 2000000000, 3000, 1, &attempts, 0)));
     EXPECT_TRUE(only_raised(5, 203));
 }
 
@@ -256,10 +258,11 @@ TEST_F(ExactTests, BadArguments) {
     const std::vector<double> keep = x;
     int n = 0;
     std::vector<ErrorCase> cases = {
-        {"enumeration, no rows", [&] { EXPECT_TRUE(std::isnan(korvs_d_exact_enumeration(0, 6, x.data(), 0))); }, 5,
-         603, "%(l1) %(i1) %(i2)", "n_rows 0 1"},
-        {"network, no columns", [&] { EXPECT_TRUE(std::isnan(korvs_f_exact_network(6, 0, xf.data(), 0))); }, 5, 603,
-         "%(l1) %(i1)", "n_columns 0"},
+        {"enumeration, no rows",
+         [&] { EXPECT_TRUE(std::isnan(korvs_d_exact_enumeration(0, 6, x.data(), 0))); }, 5, 603,
+         "%(l1) %(i1) %(i2)", "n_rows 0 1"},
+        {"network, no columns", [&] { EXPECT_TRUE(std::isnan(korvs_f_exact_network(6, 0, xf.data(), 0))); },
+         5, 603, "%(l1) %(i1)", "n_columns 0"},
         {"null table", [&] { korvs_d_exact_network(2, 3, nullptr, 0); }, 5, 6002, "%(l1)", "table"},
         {"negative cell",
          [&] {
@@ -279,16 +282,17 @@ TEST_F(ExactTests, BadArguments) {
              korvs_d_exact_network(2, 2, y.data(), 0);
          },
          5, 201, "%(l1)", "total count"},
-        {"factor1 0", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 0, 3000, 10, &n, 0); }, 5, 603,
-         "%(l1)", "factor1"},
-        {"factor2 9", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 100, 9, 10, &n, 0); }, 5, 603,
-         "%(l1) %(i2)", "factor2 10"},
-        {"max_attempts 0", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 100, 3000, 0, &n, 0); }, 5,
-         603, "%(l1)", "max_attempts"},
-        {"check is no network option", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_CHECK, &n, 0); }, 5, 11001,
-         "%(i1) %(i2)", "20630 4"},
-        {"hybrid on enumeration", [&] { korvs_d_exact_enumeration(2, 3, x.data(), KORVS_NO_HYBRID, 0); }, 5, 11001,
-         "%(i1) %(i2)", "20660 4"},
+        {"factor1 0", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 0, 3000, 10, &n, 0); }, 5,
+         603, "%(l1)", "factor1"},
+        {"factor2 9", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 100, 9, 10, &n, 0); }, 5,
+         603, "%(l1) %(i2)", "factor2 10"},
+        {"max_attempts 0",
+         [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 100, 3000, 0, &n, 0); }, 5, 603,
+         "%(l1)", "max_attempts"},
+        {"check is no network option", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_CHECK, &n, 0); }, 5,
+         11001, "%(i1) %(i2)", "20630 4"},
+        {"hybrid on enumeration", [&] { korvs_d_exact_enumeration(2, 3, x.data(), KORVS_NO_HYBRID, 0); }, 5,
+         11001, "%(i1) %(i2)", "20660 4"},
         {"null hybrid address",
          [&] {
              float e = 5, m = 1;
