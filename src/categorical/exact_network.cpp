@@ -37,7 +37,8 @@ public:
     bool push(double value, double mult) {
         if (size_ == room_) {
             const long room = room_ ? 2 * room_ : 1024;
-            void* p = std::realloc(data_, static_cast<std::size_t>(room) * sizeof(Pair));
+            const std::size_t bytes = static_cast<std::size_t>(room) * sizeof(Pair);
+            void* p = bytes <= work_space_ceiling() ? std::realloc(data_, bytes) : nullptr;
             if (!p) {
                 korvs_e1sti(1, int(std::min<long>(room, 2147483647L)));
                 korvs_e1stl(1, "completions");
@@ -69,21 +70,26 @@ public:
     Walk(const IntegerTable& t, const int* rows, const int* cols, const double* lf, const double* lk,
          const std::uint64_t* weights, const Hybrid& hybrid)
         : t_(t), rows_(rows), cols_(cols), lf_(lf), lk_(lk), weights_(weights), hybrid_(hybrid) {
-        observed_ = 0;
+        DoubleDouble observed, norm;
         for (int j = 0; j < t.cols; ++j) {
-            observed_ += lf[t.col[j]];
+            observed.add(lf[t.col[j]]);
             for (int i = 0; i < t.rows; ++i)
-                observed_ -= lf[t.at(i, j)];
+                observed.add(-lf[t.at(i, j)]);
         }
-        norm_ = lf[t.total];
+        norm.add(lf[t.total]);
         for (int i = 0; i < t.rows; ++i)
-            norm_ -= lf[t.row[i]];
+            norm.add(-lf[t.row[i]]);
+        observed_ = observed.value();
+        norm_ = norm.value();
+        observed.add(-norm.hi);
+        observed.add(-norm.lo);
+        table_log_probability_ = observed.value();
         // Tables within sqrt(eps) of the observed one, relatively, count as equally probable.
         threshold_ = observed_ + std::sqrt(mach<double>::eps);
         // Values that agree to their rounding are one; the bounds get the same allowance.
         tolerance_ = 64 * mach<double>::eps * (t.rows + t.cols) * (1 + lf[t.total]);
     }
-    double table_log_probability() const { return observed_ - norm_; }
+    double table_log_probability() const { return table_log_probability_; }
 
     // Allocates the stores; false after an allocation failure.
     bool allocate(long node_room, long value_room) {
@@ -112,7 +118,7 @@ private:
     const double *lf_, *lk_;
     const std::uint64_t* weights_;
     Hybrid hybrid_;
-    double observed_ = 0, norm_ = 0, threshold_ = 0, tolerance_ = 0;
+    double observed_ = 0, norm_ = 0, table_log_probability_ = 0, threshold_ = 0, tolerance_ = 0;
     NodeStore stores_[2];
     NodeStore* current_ = &stores_[0];
     NodeStore* next_ = &stores_[1];
@@ -182,6 +188,10 @@ void Walk::describe(NodeStore& store, int node, int stage) {
 // w exp(v - the largest v).
 long Walk::settle(int node, int stage) {
     const double* info = current_->info(node);
+    int first = 0;
+    while (current_->totals(node)[first] == 0)
+        ++first;
+    const double df = double(t_.rows - first - 1) * (stage - 1);  // of the hybrid's test
     long kept = 0;
     for (long e = current_->first(node); e >= 0; e = current_->next(e)) {
         const double v = current_->value(e), w = current_->weight(e);
@@ -193,10 +203,6 @@ long Walk::settle(int node, int stage) {
             // log P of the completion, as a table of its own, must stay below this.
             const double below = threshold_ - v - info[kMass];
             const double x = -2 * below - 2 * info[kPeak];
-            int first = 0;
-            while (current_->totals(node)[first] == 0)
-                ++first;
-            const double df = double(t_.rows - first - 1) * (stage - 1);
             const double tail = x <= 0 ? 1 : upper_chi_squared(x, df);
             p_.add(w * std::exp(v + info[kMass] - norm_) * tail);
         } else {
@@ -387,12 +393,11 @@ bool l_c2epr(const IntegerTable& t, const double* lf, const double* lk, const Ne
             korvs_ermes(5, 203);
             return false;
         }
-        Walk* w = &walk;
-        if (!w->allocate(long(node_room), long(value_room))) return false;
-        const int outcome = w->run(p);
+        if (!walk.allocate(long(node_room), long(value_room))) return false;
+        const int outcome = walk.run(p);
         if (outcome == 1) return true;
         if (outcome < 0) return false;
-        const NodeStore& full = w->full_store();
+        const NodeStore& full = walk.full_store();
         korvs_e1stl(1, full.full_table());
         korvs_e1sti(1, int(full.full_room()));
         korvs_ermes(3, 20544);
