@@ -11,6 +11,11 @@ For each table of tests/data/categorical_tables.csv with every margin positive, 
   rational arithmetic; otherwise the closed form (Haldane, 1940; Dawson, 1954) is used,
   after it has been checked against the enumeration on every small table.
 - prob: the probability of the table under independence with its margins, exactly.
+- hybrid_root: for a table whose own expected counts pass the hybrid test of the network
+  algorithm with its default thresholds (80 % of them at least 5, none below 1), the
+  chi-squared tail that settles it at the first node: P(chi2 with (r - 1)(c - 1) degrees
+  of freedom >= -2 log P - 2K), 2K = (c - 1) sum log r_i + (r - 1) sum log c_j +
+  (r - 1)(c - 1) log(2 pi) + (1 - r c) log N (Mehta and Patel, 1986).
 - stat, ase1, ase0 (index: row of the statistics table): each measure written out as a
   function of the counts; its asymptotic standard error sqrt(sum n g^2 - (sum n g)^2 / N)
   with g the derivatives of that function taken numerically by mpmath (so not the library's
@@ -356,6 +361,13 @@ def main():
             for x in row:
                 prob /= factorial(x)
         put(ident, "prob", 0, mp.mpf(prob.numerator) / prob.denominator)
+        R, C = len(ri), len(ci)
+        expected = [mp.mpf(a) * b / ti for a in ri for b in ci]
+        if min(ri + ci) > 0 and 100 * sum(e >= 5 for e in expected) >= 80 * R * C and min(expected) >= 1:
+            k2 = ((C - 1) * sum(mp.log(a) for a in ri) + (R - 1) * sum(mp.log(b) for b in ci) +
+                  (R - 1) * (C - 1) * mp.log(2 * mp.pi) + (1 - R * C) * mp.log(ti))
+            x = -2 * mp.log(mp.mpf(prob.numerator) / prob.denominator) - k2
+            put(ident, "hybrid_root", 0, mp.gammainc((R - 1) * (C - 1) / mp.mpf(2), x / 2, mp.inf, regularized=True))
         r, c, t = margins(n)
         if min(r + c) == 0:
             continue

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <korvstat.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -163,6 +164,26 @@ TEST_F(ExactTests, HybridApproximatesTheExactValue) {
               float(hybrid));
     for (const auto& e : errors())
         ADD_FAILURE() << "raised " << e.code;
+}
+
+// A table whose own expected counts qualify (with three or more columns, so that it is not
+// summed at once) is settled at the first node: the tail of chi-squared at -2 log P - 2K,
+// written out with mpmath. The allowance sqrt(eps) for equally probable tables moves the
+// argument by 3e-8, and the tail by a few units in 1e-8 relatively.
+TEST_F(ExactTests, HybridSettlesAQualifyingTableAtItsFirstNode) {
+    const Oracle exact("contingency_measures.csv");
+    int settled = 0;
+    for (const TwoWay& t : categorical_data::tables()) {
+        const long double want = exact.get(t.id, "hybrid_root");
+        if (std::isnan(double(want)) || std::max(t.rows, t.cols) < 3) continue;
+        SCOPED_TRACE(t.name);
+        std::vector<double> x = t.counts;
+        const double p = korvs_d_exact_network(t.rows, t.cols, x.data(), 0);
+        EXPECT_NEAR(p, double(want), 5e-8 * double(want) + 1e-15);
+        ++settled;
+    }
+    EXPECT_EQ(settled, 6);
+    EXPECT_TRUE(errors().empty());
 }
 
 // Tables whose probabilities tie with the observed one's count with it: both 2 by 2 tables
