@@ -4,6 +4,7 @@
 // 1940; Dawson, 1954), and the measures of association of association.hpp. Sums are
 // formed in double in both twins; the p-values come from the twin's own distributions.
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdarg>
 #include <utility>
@@ -324,14 +325,21 @@ void l_contingency_table(int n_rows, int n_columns, const T* table, OptionList& 
         return;
     }
     const int r = n_rows, c = n_columns;
-    if (!expected.allocate(Shape(r + 1, "n_rows+1", c + 1, "n_columns+1")) ||
-        !contributions.allocate(Shape(r + 1, "n_rows+1", c + 1, "n_columns+1")) ||
+    // Dimensions so large that the margins' row or column cannot be counted fail as the
+    // allocation they are.
+    const int r1 = r < INT_MAX ? r + 1 : INT_MAX, c1 = c < INT_MAX ? c + 1 : INT_MAX;
+    if (!expected.allocate(Shape(r1, "n_rows+1", c1, "n_columns+1")) ||
+        !contributions.allocate(Shape(r1, "n_rows+1", c1, "n_columns+1")) ||
         !means.allocate(Shape(2, "exact_means")) ||
         !statistics.allocate(Shape(kStatRows, "23", kStatColumns, "5")))
         return;
     // The column-major copy of the table, the two margin tables, the test vector and the
     // statistics table.
-    const long margins = static_cast<long>(r + 1) * (c + 1), rc = static_cast<long>(r) * c;
+    if (r1 == INT_MAX || c1 == INT_MAX) {
+        korvs_ermes(5, 200);
+        return;
+    }
+    const long margins = static_cast<long>(r1) * c1, rc = static_cast<long>(r) * c;
     Workspace<T> work(Shape::count(rc + 2 * margins + kTests + kStatRows * kStatColumns));
     if (!work) return;
     T* copy = work.get();

@@ -13,6 +13,12 @@ namespace korvs {
 
 template <class T>
 bool integer_table(int n_rows, int n_columns, const T* table, Workspace<int>& work, IntegerTable* t) {
+    const long long size = static_cast<long long>(n_rows) * n_columns + n_rows + n_columns;
+    if (static_cast<double>(size) * sizeof(int) > double(work_space_ceiling())) {
+        korvs_ermes(5, 200);
+        return false;
+    }
+    if (!work.allocate(Shape::count(size))) return false;
     double total = 0;
     for (long k = 0; k < static_cast<long>(n_rows) * n_columns; ++k) {
         const T x = table[k];
@@ -34,8 +40,6 @@ bool integer_table(int n_rows, int n_columns, const T* table, Workspace<int>& wo
         korvs_ermes(5, 201);
         return false;
     }
-    if (!work.allocate(Shape::count(static_cast<long long>(n_rows) * n_columns + n_rows + n_columns)))
-        return false;
     int* cell = work.get();
     int* row = cell + static_cast<long>(n_rows) * n_columns;
     int* col = row + n_rows;
