@@ -307,6 +307,8 @@ TEST_F(ContingencyTable, BadArguments) {
         {"one column", [&] { EXPECT_TRUE(std::isnan(korvs_f_contingency_table(6, 1, xf.data(), 0))); }, 5,
          11136, "%(l1)=%(i1)", "n_columns=1"},
         {"null table", [&] { korvs_d_contingency_table(2, 3, nullptr, 0); }, 5, 6002, "%(l1)", "table"},
+        {"dimensions past the machine", [&] { korvs_d_contingency_table(2147483647, 2, x.data(), 0); }, 5,
+         200},
         {"negative cell",
          [&] {
              std::vector<double> y = {1, 2, 3, 4, -0.5, 6};

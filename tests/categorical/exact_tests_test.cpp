@@ -303,6 +303,8 @@ TEST_F(ExactTests, BadArguments) {
              korvs_d_exact_network(2, 2, y.data(), 0);
          },
          5, 201, "%(l1)", "total count"},
+        {"dimensions past the machine", [&] { korvs_d_exact_network(2147483647, 2147483647, x.data(), 0); },
+         5, 200},
         {"factor1 0", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 0, 3000, 10, &n, 0); }, 5,
          603, "%(l1)", "factor1"},
         {"factor2 9", [&] { korvs_d_exact_network(2, 3, x.data(), KORVS_WORKSPACE, 100, 9, 10, &n, 0); }, 5,
