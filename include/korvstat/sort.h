@@ -29,6 +29,14 @@ KORVS_API float *korvs_f_sort_data(int n_observations, int n_variables, float x[
 KORVS_API double *korvs_d_sort_data(int n_observations, int n_variables, double x[], int n_keys,
                                     ...) KORVS_NOEXCEPT;
 
+/* The ranks of x, or a score of them: KORVS_RANKS (the default), KORVS_BLOM_SCORES,
+ * KORVS_TUKEY_SCORES, KORVS_VAN_DER_WAERDEN_SCORES, KORVS_EXPECTED_NORMAL_SCORES,
+ * KORVS_SAVAGE_SCORES; ties (values within KORVS_FUZZ of their neighbour) by
+ * KORVS_AVERAGE (the default), KORVS_HIGHEST, KORVS_LOWEST or KORVS_RANDOM_SPLIT.
+ * n_observations >= 2 (TERMINAL 11083). */
+KORVS_API float *korvs_f_ranks(int n_observations, const float x[], ...) KORVS_NOEXCEPT;
+KORVS_API double *korvs_d_ranks(int n_observations, const double x[], ...) KORVS_NOEXCEPT;
+
 /* x permuted: permute 1 gives result[i] = x[permutation[i]], permute 2 gives
  * result[permutation[i]] = x[i]. Option KORVS_RETURN_USER. */
 KORVS_API float *korvs_f_permute_vector(int n_elements, const float x[], const int permutation[], int permute,
