@@ -106,9 +106,11 @@ void BM_ranks_std(benchmark::State& state) {
         std::sort(index.begin(), index.end(), [x](int a, int b) { return x[a] < x[b]; });
         for (int i = 0; i < kRankN;) {
             int j = i + 1;
-            while (j < kRankN && x[index[j]] == x[index[i]]) ++j;
+            while (j < kRankN && x[index[j]] == x[index[i]])
+                ++j;
             const double mean = 0.5 * (i + 1 + j);
-            for (int k = i; k < j; ++k) d.out[index[k]] = mean;
+            for (int k = i; k < j; ++k)
+                d.out[index[k]] = mean;
             i = j;
         }
         benchmark::ClobberMemory();
@@ -143,7 +145,8 @@ public:
         for (const char* type : {"float", "double"})
             for (const char* n : {"1000000", "10000000"})
                 row(std::string("sort ") + type + " " + n, "BM_sort_korvs<" + std::string(type) + ">/" + n,
-                    "BM_sort_std<" + std::string(type) + ">/" + n, "BM_sort_gsl<" + std::string(type) + ">/" + n);
+                    "BM_sort_std<" + std::string(type) + ">/" + n,
+                    "BM_sort_gsl<" + std::string(type) + ">/" + n);
         row("ranks distinct 1000000", "BM_ranks_korvs/0", "BM_ranks_std/0", "");
         row("ranks 1000 levels 1000000", "BM_ranks_korvs/1000", "BM_ranks_std/1000", "");
     }

@@ -25,7 +25,8 @@ KORVS_API void korvs_dsvrgn(int n, const double ra[], double rb[]) KORVS_NOEXCEP
  * (each nonempty combination's keys and total frequency), KORVS_TABLE (each key's number
  * of distinct values, the values and the multiway frequency table), with
  * KORVS_FREQUENCIES giving each row's frequency. Returns x. */
-KORVS_API float *korvs_f_sort_data(int n_observations, int n_variables, float x[], int n_keys, ...) KORVS_NOEXCEPT;
+KORVS_API float *korvs_f_sort_data(int n_observations, int n_variables, float x[], int n_keys,
+                                   ...) KORVS_NOEXCEPT;
 KORVS_API double *korvs_d_sort_data(int n_observations, int n_variables, double x[], int n_keys,
                                     ...) KORVS_NOEXCEPT;
 

@@ -52,7 +52,8 @@ int move_nan_rows(int n_rows, int n_columns, int m, const int columns[], T x[], 
         return false;
     };
     auto exchange = [&](int a, int b) {
-        for (int j = 0; j < n_columns; ++j) std::swap(at(a, j), at(b, j));
+        for (int j = 0; j < n_columns; ++j)
+            std::swap(at(a, j), at(b, j));
     };
     return move_missing_rows(n_rows, missing, exchange, swaps);
 }
@@ -60,7 +61,8 @@ int move_nan_rows(int n_rows, int n_columns, int m, const int columns[], T x[], 
 }  // namespace
 
 template <class T>
-void mvnan(int n_rows, int n_columns, int m, const int columns[], T x[], int ldx, int swaps[], int* n_missing) {
+void mvnan(int n_rows, int n_columns, int m, const int columns[], T x[], int ldx, int swaps[],
+           int* n_missing) {
     if (!tested_columns_valid(n_columns, m, columns)) return;
     const int count = move_nan_rows(n_rows, n_columns, m, columns, x, 1, ldx, swaps);
     if (n_missing) *n_missing = count;
@@ -90,8 +92,12 @@ template <class T> void l_move_nan(int n_row, int n_column, T x[], OptionList& o
             m = opt.integer();
             columns = opt.pointer<const int>();
             break;
-        case KORVS_MISSING_FLAGS: flags.set_plain(opt.pointer<int*>()); break;
-        case KORVS_MISSING_FLAGS_USER: flags.set_user(opt.user<int>("missing_flags", "KORVS_MISSING_FLAGS_USER")); break;
+        case KORVS_MISSING_FLAGS:
+            flags.set_plain(opt.user<int*>("missing_flags", "KORVS_MISSING_FLAGS"));
+            break;
+        case KORVS_MISSING_FLAGS_USER:
+            flags.set_user(opt.user<int>("missing_flags", "KORVS_MISSING_FLAGS_USER"));
+            break;
         case KORVS_N_MISSING: n_missing = opt.pointer<int>(); break;
         default: opt.unknown(code); return;
         }
@@ -116,9 +122,11 @@ template <class T> void l_move_nan(int n_row, int n_column, T x[], OptionList& o
     }
     if (listed && !tested_columns_valid(n_column, m, columns)) return;
     if (!flags.allocate(Shape(n_row, "n_row"))) return;
-    const int count = move_nan_rows(n_row, n_column, listed ? m : -tested, columns, x, n_column, 1, flags.data());
+    const int count =
+        move_nan_rows(n_row, n_column, listed ? m : -tested, columns, x, n_column, 1, flags.data());
     if (int* swaps = flags.data())
-        for (int i = 0; i < n_row; ++i) --swaps[i];
+        for (int i = 0; i < n_row; ++i)
+            --swaps[i];
     flags.release();
     if (n_missing) *n_missing = count;
     *result = x;

@@ -64,7 +64,8 @@ template <class T> void permute_in_place(int n, int ip[], int ipath, T xp[]) {
             }
         }
     }
-    for (int i = 0; i < n; ++i) ip[i] = -ip[i];
+    for (int i = 0; i < n; ++i)
+        ip[i] = -ip[i];
 }
 
 }  // namespace
@@ -76,7 +77,8 @@ template <class T> void permu(int n, const T x[], int ip[], int ipath, T xp[]) {
 }
 
 template <class T>
-void p2rma(int n_rows, int n_columns, const T a[], int lda, int ip[], int ipath, T aper[], int ldaper, T work[]) {
+void p2rma(int n_rows, int n_columns, const T a[], int lda, int ip[], int ipath, T aper[], int ldaper,
+           T work[]) {
     int checks = 0;
     check_range(n_rows, "n_rows", 1, -1, &checks);
     check_range(n_columns, "n_columns", 1, -1, &checks);
@@ -87,15 +89,18 @@ void p2rma(int n_rows, int n_columns, const T a[], int lda, int ip[], int ipath,
         if (!permutation_in_range(n_rows, ip)) return;
         for (std::ptrdiff_t j = 0; j < n_columns; ++j) {
             T* column = aper + j * lp;
-            if (column != a + j * la) std::memmove(column, a + j * la, sizeof(T) * static_cast<std::size_t>(n_rows));
+            if (column != a + j * la)
+                std::memmove(column, a + j * la, sizeof(T) * static_cast<std::size_t>(n_rows));
             permute_in_place(n_rows, ip, 1, column);
         }
         return;
     }
     if (!permutation_in_range(n_columns, ip)) return;
     for (std::ptrdiff_t i = 0; i < n_rows; ++i) {
-        for (int j = 0; j < n_columns; ++j) work[j] = a[i + (ip[j] - 1) * la];
-        for (std::ptrdiff_t j = 0; j < n_columns; ++j) aper[i + j * lp] = work[j];
+        for (int j = 0; j < n_columns; ++j)
+            work[j] = a[i + (ip[j] - 1) * la];
+        for (std::ptrdiff_t j = 0; j < n_columns; ++j)
+            aper[i + j * lp] = work[j];
     }
 }
 
@@ -111,7 +116,8 @@ namespace {
 // length first. Null, with the error raised, on failure.
 int* one_based(int n, const int permutation[], const char* length_name, Workspace<int>& ip) {
     if (!permutation_in_range(n, permutation, 0) || !ip.allocate(Shape(n, length_name))) return nullptr;
-    for (int i = 0; i < n; ++i) ip[i] = permutation[i] + 1;
+    for (int i = 0; i < n; ++i)
+        ip[i] = permutation[i] + 1;
     return ip.get();
 }
 
@@ -196,8 +202,8 @@ KORVS_API float* korvs_f_permute_vector(int n_elements, const float x[], const i
     return r;
 }
 
-KORVS_API double* korvs_d_permute_vector(int n_elements, const double x[], const int permutation[], int permute,
-                                         ...) noexcept {
+KORVS_API double* korvs_d_permute_vector(int n_elements, const double x[], const int permutation[],
+                                         int permute, ...) noexcept {
     double* r = nullptr;
     va_list ap;
     va_start(ap, permute);

@@ -54,10 +54,12 @@ template <class Seq> void singleton_sort(Seq& s, std::ptrdiff_t n) {
             // and split evenly instead of making the sort quadratic.
             std::ptrdiff_t k = i, l = j;
             for (;;) {
-                do --l;
-                while (s.less(t, s.get(l)));
-                do ++k;
-                while (s.less(s.get(k), t));
+                do {
+                    --l;
+                } while (s.less(t, s.get(l)));
+                do {
+                    ++k;
+                } while (s.less(s.get(k), t));
                 if (k > l) break;
                 const Value tt = s.get(l);
                 s.put(l, s.get(k));

@@ -102,7 +102,8 @@ template <class T> void radix_sort(T* a, std::ptrdiff_t n, int shift) {
             return;
         }
         std::fill(count, count + 256, 0);
-        for (std::ptrdiff_t i = 0; i < n; ++i) ++count[Key::byte(a[i], shift)];
+        for (std::ptrdiff_t i = 0; i < n; ++i)
+            ++count[Key::byte(a[i], shift)];
         if (count[Key::byte(a[0], shift)] != n) break;
         if (shift == 0) return;  // all elements have the same bits
         shift -= 8;
@@ -143,7 +144,8 @@ template <class T> void svrgn(int n, const T ra[], T rb[]) {
     std::ptrdiff_t end = n;
     for (std::ptrdiff_t i = 0; i < end; ++i) {
         if (rb[i] == rb[i]) continue;
-        while (end > i + 1 && rb[end - 1] != rb[end - 1]) --end;
+        while (end > i + 1 && rb[end - 1] != rb[end - 1])
+            --end;
         std::swap(rb[i], rb[--end]);
     }
     radix_sort(rb, end, RadixKey<T>::kBits - 8);

@@ -50,7 +50,8 @@ template <class T> void permu(int n, const T x[], int ip[], int ipath, T xp[]);
 // row at a time through work, n_columns elements) permuted by the 1-based ip, as permu
 // does for a vector. aper may be a. 603 for a count or leading dimension below 1.
 template <class T>
-void p2rma(int n_rows, int n_columns, const T a[], int lda, int ip[], int ipath, T aper[], int ldaper, T work[]);
+void p2rma(int n_rows, int n_columns, const T a[], int lda, int ip[], int ipath, T aper[], int ldaper,
+           T work[]);
 
 // korvs_mvnan: rows of the column-major x (leading dimension ldx) that hold a NaN in a
 // tested column move to the bottom. m > 0 tests the m columns listed (numbered from 0),
@@ -61,7 +62,8 @@ void p2rma(int n_rows, int n_columns, const T a[], int lda, int ip[], int ipath,
 // outside the matrix is 20525 (i1 position, i2 column, i3 n_columns, from 0); -m above
 // n_columns is 20524 (i1 -m, i2 n_columns). Nothing moves after an error.
 template <class T>
-void mvnan(int n_rows, int n_columns, int m, const int columns[], T x[], int ldx, int swaps[], int* n_missing);
+void mvnan(int n_rows, int n_columns, int m, const int columns[], T x[], int ldx, int swaps[],
+           int* n_missing);
 
 // The exchange pass of korvs_mvnan over any rows: missing(i) tells whether row i (from
 // 0) is to go, exchange(i, j) swaps two rows. Returns the number of missing rows, which
@@ -69,12 +71,16 @@ void mvnan(int n_rows, int n_columns, int m, const int columns[], T x[], int ldx
 template <class Missing, class Exchange>
 int move_missing_rows(int n_rows, Missing missing, Exchange exchange, int swaps[]) {
     if (swaps)
-        for (int r = 0; r < n_rows; ++r) swaps[r] = r + 1;
+        for (int r = 0; r < n_rows; ++r)
+            swaps[r] = r + 1;
     int top = 0, bottom = n_rows - 1, count = 0;
-    for (int r = 0; r < n_rows; ++r) count += missing(r) ? 1 : 0;
+    for (int r = 0; r < n_rows; ++r)
+        count += missing(r) ? 1 : 0;
     for (;;) {
-        while (top < bottom && !missing(top)) ++top;
-        while (bottom > top && missing(bottom)) --bottom;
+        while (top < bottom && !missing(top))
+            ++top;
+        while (bottom > top && missing(bottom))
+            --bottom;
         if (top >= bottom) break;
         exchange(top, bottom);
         if (swaps) {

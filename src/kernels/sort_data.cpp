@@ -76,13 +76,15 @@ template <class T> bool parse(OptionList& opt, SortDataArgs<T>& a) {
         case KORVS_DESCENDING: a.descending = true; break;
         case KORVS_MOVE_DATA: a.keep = false; break;
         case KORVS_KEEP_DATA: a.keep = true; break;
-        case KORVS_PERMUTATION: a.permutation.set_plain(opt.pointer<int*>()); break;
+        case KORVS_PERMUTATION:
+            a.permutation.set_plain(opt.user<int*>("permutation", "KORVS_PERMUTATION"));
+            break;
         case KORVS_PERMUTATION_USER:
             a.permutation.set_user(opt.user<int>("permutation", "KORVS_PERMUTATION_USER"));
             break;
         case KORVS_N_GROUPS:
             a.n_groups = opt.pointer<int>();
-            a.counts.set_plain(opt.pointer<int*>());
+            a.counts.set_plain(opt.user<int*>("counts", "KORVS_N_GROUPS"));
             break;
         case KORVS_N_GROUPS_USER:
             a.n_groups = opt.pointer<int>();
@@ -90,8 +92,8 @@ template <class T> bool parse(OptionList& opt, SortDataArgs<T>& a) {
             break;
         case KORVS_LIST_CELLS:
             a.n_cells = opt.pointer<int>();
-            a.cell_keys.set_plain(opt.pointer<T*>());
-            a.cell_frequencies.set_plain(opt.pointer<T*>());
+            a.cell_keys.set_plain(opt.user<T*>("keys", "KORVS_LIST_CELLS"));
+            a.cell_frequencies.set_plain(opt.user<T*>("frequencies", "KORVS_LIST_CELLS"));
             break;
         case KORVS_LIST_CELLS_USER:
             a.n_cells = opt.pointer<int>();
@@ -99,9 +101,9 @@ template <class T> bool parse(OptionList& opt, SortDataArgs<T>& a) {
             a.cell_frequencies.set_user(opt.user<T>("frequencies", "KORVS_LIST_CELLS_USER"));
             break;
         case KORVS_TABLE:
-            a.n_values.set_plain(opt.pointer<int*>());
-            a.values.set_plain(opt.pointer<T*>());
-            a.table.set_plain(opt.pointer<T*>());
+            a.n_values.set_plain(opt.user<int*>("n_values", "KORVS_TABLE"));
+            a.values.set_plain(opt.user<T*>("values", "KORVS_TABLE"));
+            a.table.set_plain(opt.user<T*>("table", "KORVS_TABLE"));
             break;
         case KORVS_TABLE_USER:
             a.n_values.set_user(opt.user<int>("n_values", "KORVS_TABLE_USER"));
@@ -114,7 +116,8 @@ template <class T> bool parse(OptionList& opt, SortDataArgs<T>& a) {
     return korvs_n1rty(0) == 0;
 }
 
-template <class T> bool checked(int n_observations, int n_variables, const T x[], int n_keys, SortDataArgs<T>& a) {
+template <class T>
+bool checked(int n_observations, int n_variables, const T x[], int n_keys, SortDataArgs<T>& a) {
     int checks = 0;
     check_range(n_observations, "n_observations", 1, -1, &checks);
     check_range(n_variables, "n_variables", 1, -1, &checks);
@@ -128,8 +131,10 @@ template <class T> bool checked(int n_observations, int n_variables, const T x[]
         return false;
     }
     if (!settle_col_dim(a.col_dim, n_variables, "x")) return false;
-    const char* missing = !x ? "x" : (a.keys_given && !a.keys) ? "indices_keys"
-                                 : (a.frequencies_given && !a.frequencies) ? "frequencies" : nullptr;
+    const char* missing = !x                                        ? "x"
+                          : (a.keys_given && !a.keys)               ? "indices_keys"
+                          : (a.frequencies_given && !a.frequencies) ? "frequencies"
+                                                                    : nullptr;
     if (missing) {
         korvs_e1stl(1, missing);
         korvs_ermes(5, 6002);
@@ -168,13 +173,15 @@ int find_groups(int n, const KeyRows<T>& order, const T* frequencies, int* count
 
 // The nonempty cells, in the order of the sorted rows: a group whose total frequency is
 // not 0, its key values and that total. Returns their number.
-template <class T> int list_cells(int n_groups, const int* counts, const T* totals, const KeyRows<T>& order,
-                                  T* keys, T* frequencies) {
+template <class T>
+int list_cells(int n_groups, const int* counts, const T* totals, const KeyRows<T>& order, T* keys,
+               T* frequencies) {
     int cells = 0;
     for (int g = 0, first = 0; g < n_groups; first += counts[g++]) {
         if (totals[g] == T(0)) continue;
         const T* k = order.of(order.rows[first]);
-        for (int j = 0; j < order.n_keys; ++j) keys[static_cast<std::ptrdiff_t>(cells) * order.n_keys + j] = k[j];
+        for (int j = 0; j < order.n_keys; ++j)
+            keys[static_cast<std::ptrdiff_t>(cells) * order.n_keys + j] = k[j];
         frequencies[cells++] = totals[g];
     }
     return cells;
@@ -186,15 +193,18 @@ template <class T> int list_cells(int n_groups, const int* counts, const T* tota
 // is the one korvs_f2eq grows row by row. scratch holds n elements, distinct n n_keys.
 // False after an error.
 template <class T>
-bool build_table(int n, const KeyRows<T>& order, const T* frequencies, SortDataArgs<T>& a, T* scratch, T* distinct) {
+bool build_table(int n, const KeyRows<T>& order, const T* frequencies, SortDataArgs<T>& a, T* scratch,
+                 T* distinct) {
     const int nk = order.n_keys;
     if (!a.n_values.allocate(Shape(nk, "n_keys"))) return false;
     int* n_values = a.n_values.data();
     long long n_all = 0, cells = 1;
     for (int k = 0; k < nk; ++k) {
-        for (int i = 0; i < n; ++i) scratch[i] = order.of(order.rows[i])[k];
+        for (int i = 0; i < n; ++i)
+            scratch[i] = order.of(order.rows[i])[k];
         if (n > 0) svrgn(n, scratch, scratch);
-        n_values[k] = static_cast<int>(std::unique_copy(scratch, scratch + n, distinct + n_all) - (distinct + n_all));
+        n_values[k] =
+            static_cast<int>(std::unique_copy(scratch, scratch + n, distinct + n_all) - (distinct + n_all));
         n_all += n_values[k];
         cells *= n_values[k];
         if (cells > std::numeric_limits<int>::max()) {
@@ -234,7 +244,8 @@ void l_sort_data(int n_observations, int n_variables, T x[], int n_keys, OptionL
     if (!keys || !rows) return;
     for (std::ptrdiff_t i = 0; i < n; ++i) {
         rows[i] = static_cast<int>(i) + 1;
-        for (int k = 0; k < nk; ++k) keys[i * nk + k] = x[i * ld + (a.keys ? a.keys[k] : k)];
+        for (int k = 0; k < nk; ++k)
+            keys[i * nk + k] = x[i * ld + (a.keys ? a.keys[k] : k)];
     }
     KeyRows<T> order{rows.get(), keys.get(), nk, a.descending};
     auto missing = [&](int i) {
@@ -253,7 +264,8 @@ void l_sort_data(int n_observations, int n_variables, T x[], int n_keys, OptionL
     Workspace<T> totals;
     int n_groups = 0, n_cells = 0;
     if (groups_wanted) {
-        if (!counts.allocate(Shape(n, "n_observations")) || (cells_wanted && !totals.allocate(Shape(n, "n_observations"))))
+        if (!counts.allocate(Shape(n, "n_observations")) ||
+            (cells_wanted && !totals.allocate(Shape(n, "n_observations"))))
             return;
         n_groups = find_groups(n_sorted, order, a.frequencies, counts.get(), totals.get());
         if (!a.counts.allocate(Shape(n_groups, "n_groups"))) return;
@@ -280,7 +292,8 @@ void l_sort_data(int n_observations, int n_variables, T x[], int n_keys, OptionL
         if (korvs_n1rty(0) > 3) return;
     }
     if (int* p = a.permutation.data())
-        for (int i = 0; i < n; ++i) p[i] = rows[i] - 1;
+        for (int i = 0; i < n; ++i)
+            p[i] = rows[i] - 1;
     a.permutation.release();
     if (a.n_groups) *a.n_groups = n_groups;
     a.counts.release();
@@ -303,17 +316,20 @@ KORVS_API float* korvs_f_sort_data(int n_observations, int n_variables, float x[
     va_list ap;
     va_start(ap, n_keys);
     korvs::OptionList opt(&ap, 4);
-    korvs::run_frame("korvs_f_sort_data", [&] { korvs::l_sort_data(n_observations, n_variables, x, n_keys, opt, &r); });
+    korvs::run_frame("korvs_f_sort_data",
+                     [&] { korvs::l_sort_data(n_observations, n_variables, x, n_keys, opt, &r); });
     va_end(ap);
     return r;
 }
 
-KORVS_API double* korvs_d_sort_data(int n_observations, int n_variables, double x[], int n_keys, ...) noexcept {
+KORVS_API double* korvs_d_sort_data(int n_observations, int n_variables, double x[], int n_keys,
+                                    ...) noexcept {
     double* r = nullptr;
     va_list ap;
     va_start(ap, n_keys);
     korvs::OptionList opt(&ap, 4);
-    korvs::run_frame("korvs_d_sort_data", [&] { korvs::l_sort_data(n_observations, n_variables, x, n_keys, opt, &r); });
+    korvs::run_frame("korvs_d_sort_data",
+                     [&] { korvs::l_sort_data(n_observations, n_variables, x, n_keys, opt, &r); });
     va_end(ap);
     return r;
 }

@@ -25,12 +25,14 @@ template <class T> struct TableState {
 
     T* key_values(int k) const {
         int start = 0;
-        for (int i = 0; i < k; ++i) start += n_values[i];
+        for (int i = 0; i < k; ++i)
+            start += n_values[i];
         return values + start;
     }
     long long cells() const {
         long long size = 1;
-        for (int k = 0; k < nclvar; ++k) size *= n_values[k];
+        for (int k = 0; k < nclvar; ++k)
+            size *= n_values[k];
         return size;
     }
 };
@@ -52,7 +54,8 @@ template <class T> int search(const T* key_values, int count, T v, bool* new_val
 // limit. True when refused.
 bool size_refused(long long size, int limit, int code) {
     if (size <= limit) return false;
-    korvs_e1sti(1, size > std::numeric_limits<int>::max() ? std::numeric_limits<int>::max() : static_cast<int>(size));
+    korvs_e1sti(1, size > std::numeric_limits<int>::max() ? std::numeric_limits<int>::max()
+                                                          : static_cast<int>(size));
     korvs_e1sti(2, limit);
     korvs_ermes(4, code);
     return true;
@@ -61,9 +64,11 @@ bool size_refused(long long size, int limit, int code) {
 // Inserts the new values (inserted[k] the place of key k's new value, or kNoValue) and
 // spreads the old cells: walking down from the last cell of the larger table, a cell
 // on a new value of any key becomes 0, every other takes the next old cell down.
-template <class T> void insert_values(TableState<T>& s, const T* row_keys, const int* inserted, long long old_cells) {
+template <class T>
+void insert_values(TableState<T>& s, const T* row_keys, const int* inserted, long long old_cells) {
     int total = 0;
-    for (int k = 0; k < s.nclvar; ++k) total += s.n_values[k] + (inserted[k] != kNoValue ? 1 : 0);
+    for (int k = 0; k < s.nclvar; ++k)
+        total += s.n_values[k] + (inserted[k] != kNoValue ? 1 : 0);
     int end = total;
     for (int k = s.nclvar - 1; k >= 0; --k) {
         const int old_count = s.n_values[k];
@@ -77,11 +82,13 @@ template <class T> void insert_values(TableState<T>& s, const T* row_keys, const
     for (int k = 0; k < s.nclvar; ++k)
         if (inserted[k] != kNoValue) ++s.n_values[k];
     int digit[64];
-    for (int k = 0; k < s.nclvar; ++k) digit[k] = s.n_values[k] - 1;
+    for (int k = 0; k < s.nclvar; ++k)
+        digit[k] = s.n_values[k] - 1;
     long long old_cell = old_cells - 1;
     for (long long cell = s.cells() - 1; cell >= 0; --cell) {
         bool on_new = false;
-        for (int k = 0; k < s.nclvar; ++k) on_new = on_new || digit[k] == inserted[k];
+        for (int k = 0; k < s.nclvar; ++k)
+            on_new = on_new || digit[k] == inserted[k];
         s.table[cell] = on_new ? T(0) : s.table[old_cell--];
         for (int k = s.nclvar - 1; k >= 0; --k) {
             if (--digit[k] >= 0) break;
@@ -125,16 +132,19 @@ void l_f2eq(int ido, int n_observations, int x_col_count, const T x[], int x_col
     TableState<T> s{nclvar, n_values, values, table};
     if (ido == 1) {
         table[0] = mach<T>::nan;
-        for (int k = 0; k < nclvar; ++k) n_values[k] = 1;
+        for (int k = 0; k < nclvar; ++k)
+            n_values[k] = 1;
     }
     const std::ptrdiff_t ld = x_col_dim;
     T row_keys[64];
     int place[64], inserted[64];
     for (std::ptrdiff_t r = 0; r < n_observations; ++r) {
-        for (int k = 0; k < nclvar; ++k) row_keys[k] = x[r + (key_columns[k] - 1) * ld];
+        for (int k = 0; k < nclvar; ++k)
+            row_keys[k] = x[r + (key_columns[k] - 1) * ld];
         if (std::isnan(table[0])) {
             if (size_refused(1, max_table, 20413) || size_refused(nclvar, max_values, 20414)) return;
-            for (int k = 0; k < nclvar; ++k) s.key_values(k)[0] = row_keys[k];
+            for (int k = 0; k < nclvar; ++k)
+                s.key_values(k)[0] = row_keys[k];
             table[0] = T(0);
         }
         bool any_new = false;
@@ -148,11 +158,13 @@ void l_f2eq(int ido, int n_observations, int x_col_count, const T x[], int x_col
             table_size *= n_values[k] + (new_value ? 1 : 0);
         }
         if (any_new) {
-            if (size_refused(table_size, max_table, 20413) || size_refused(values_size, max_values, 20414)) return;
+            if (size_refused(table_size, max_table, 20413) || size_refused(values_size, max_values, 20414))
+                return;
             insert_values(s, row_keys, inserted, s.cells());
         }
         long long cell = 0;
-        for (int k = 0; k < nclvar; ++k) cell = cell * n_values[k] + place[k];
+        for (int k = 0; k < nclvar; ++k)
+            cell = cell * n_values[k] + place[k];
         table[cell] += frequency_column != 0 ? x[r + (frequency_column - 1) * ld] : T(1);
     }
 }
@@ -164,12 +176,13 @@ void f2eq(int ido, int n_observations, int x_col_count, const T x[], int x_col_d
           int nclvar, const int key_columns[], int max_table, int max_values, int n_values[], T values[],
           T table[]) {
     run_traced("korvs_f2eq ", [&] {
-        l_f2eq(ido, n_observations, x_col_count, x, x_col_dim, frequency_column, nclvar, key_columns, max_table,
-               max_values, n_values, values, table);
+        l_f2eq(ido, n_observations, x_col_count, x, x_col_dim, frequency_column, nclvar, key_columns,
+               max_table, max_values, n_values, values, table);
     });
 }
 
-template void f2eq(int, int, int, const float[], int, int, int, const int[], int, int, int[], float[], float[]);
+template void f2eq(int, int, int, const float[], int, int, int, const int[], int, int, int[], float[],
+                   float[]);
 template void f2eq(int, int, int, const double[], int, int, int, const int[], int, int, int[], double[],
                    double[]);
 

@@ -48,8 +48,11 @@ const long double* base_grid() {
 // 1/x^13: below 1e-19 relative from x = 21 on.
 long double stirling_remainder(long double x) {
     const long double r = 1 / (x * x);
-    return (1.0L / 12 + r * (-1.0L / 360 + r * (1.0L / 1260 + r * (-1.0L / 1680 + r * (1.0L / 1188 +
-            r * (-691.0L / 360360 + r * (1.0L / 156))))))) / x;
+    return (1.0L / 12 +
+            r * (-1.0L / 360 +
+                 r * (1.0L / 1260 +
+                      r * (-1.0L / 1680 + r * (1.0L / 1188 + r * (-691.0L / 360360 + r * (1.0L / 156))))))) /
+           x;
 }
 
 // ln of the binomial coefficient C(m, b) for b <= m/2. Up to b = 20 as the product of the
@@ -60,7 +63,8 @@ long double log_binomial(int m, int b) {
     const long double a = static_cast<long double>(m) - b;
     if (b <= 20) {
         long double c = 1;
-        for (int k = 1; k <= b; ++k) c *= (a + k) / k;
+        for (int k = 1; k <= b; ++k)
+            c *= (a + k) / k;
         return std::log(c);
     }
     const long double x1 = m + 1.0L, x2 = a + 1, x3 = b + 1.0L;

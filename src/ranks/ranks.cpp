@@ -25,17 +25,20 @@ void draw_uniforms(int n, double* u) { korvs_d_random_uniform(n, KORVS_RETURN_US
 template <class T> bool place_scores(int n, int score, T s[]) {
     switch (score) {
     case kScoreRanks:
-        for (int i = 1; i <= n; ++i) s[i - 1] = static_cast<T>(i);
+        for (int i = 1; i <= n; ++i)
+            s[i - 1] = static_cast<T>(i);
         return true;
     case kScoreSavage: {
         long double sum = 0;
-        for (int i = 1; i <= n; ++i) s[i - 1] = static_cast<T>(sum += 1.0L / (n - i + 1));
+        for (int i = 1; i <= n; ++i)
+            s[i - 1] = static_cast<T>(sum += 1.0L / (n - i + 1));
         return true;
     }
     case kScoreExpectedNormal: {
         ExpectedNormalScores scores;
         if (!scores.build(n, std::log(static_cast<double>(mach<T>::tiny)))) return false;
-        for (int i = 1; i <= n; ++i) s[i - 1] = static_cast<T>(scores.score(i));
+        for (int i = 1; i <= n; ++i)
+            s[i - 1] = static_cast<T>(scores.score(i));
         return true;
     }
     default:
@@ -62,16 +65,20 @@ template <class T> void apply_tie_rule(int tie, int first, int last, T s[], T u[
     switch (tie) {
     case kTieAverage: {
         long double sum = 0;
-        for (int i = first; i <= last; ++i) sum += s[i];
+        for (int i = first; i <= last; ++i)
+            sum += s[i];
         const T mean = static_cast<T>(sum / m);
-        for (int i = first; i <= last; ++i) s[i] = mean;
+        for (int i = first; i <= last; ++i)
+            s[i] = mean;
         break;
     }
     case kTieHighest:
-        for (int i = first; i < last; ++i) s[i] = s[last];
+        for (int i = first; i < last; ++i)
+            s[i] = s[last];
         break;
     case kTieLowest:
-        for (int i = first + 1; i <= last; ++i) s[i] = s[first];
+        for (int i = first + 1; i <= last; ++i)
+            s[i] = s[first];
         break;
     default: {
         // Fisher and Yates's shuffle: for k = m down to 2 the k-th place of the group
@@ -117,7 +124,8 @@ template <class T> void r2nks(int n, const T x[], T fuzz, int tie, int score, T 
     if (checks_refused(n, fuzz_bad, tie, score)) return;
     Workspace<T> sorted(Shape(n, "n_observations")), s(Shape(n, "n_observations")), u;
     Workspace<int> place(Shape(n, "n_observations"));
-    if (!sorted || !s || !place || (tie == kTieRandomSplit && !u.allocate(Shape(n, "n_observations")))) return;
+    if (!sorted || !s || !place || (tie == kTieRandomSplit && !u.allocate(Shape(n, "n_observations"))))
+        return;
     // Missing values take no place: the others are packed with their positions from 1.
     int m = 0;
     for (int j = 0; j < n; ++j) {
@@ -136,7 +144,8 @@ template <class T> void r2nks(int n, const T x[], T fuzz, int tie, int score, T 
     }
     for (int j = 0; j < n; ++j)
         if (std::isnan(x[j])) result[j] = mach<T>::nan;
-    for (int i = 0; i < m; ++i) result[place[i] - 1] = s[i];
+    for (int i = 0; i < m; ++i)
+        result[place[i] - 1] = s[i];
 }
 
 template void r2nks(int, const float[], float, int, int, float[]);

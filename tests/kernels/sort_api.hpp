@@ -29,7 +29,8 @@ namespace sort_patterns {
 // already sorted, reversed, organ-pipe (rising then falling), all equal, and sawtooth.
 enum Pattern { kRandom, kFewValues, kSorted, kReversed, kOrganPipe, kAllEqual, kSawtooth };
 inline const char* name(Pattern p) {
-    static const char* names[] = {"random", "few values", "sorted", "reversed", "organ pipe", "all equal", "sawtooth"};
+    static const char* names[] = {"random",     "few values", "sorted",  "reversed",
+                                  "organ pipe", "all equal",  "sawtooth"};
     return names[p];
 }
 constexpr Pattern kAll[] = {kRandom, kFewValues, kSorted, kReversed, kOrganPipe, kAllEqual, kSawtooth};

@@ -30,21 +30,25 @@ template <class T> struct DataSet {
     std::vector<T> x, freq;
 
     DataSet(int rows, int vars, int dim, std::vector<int> key_columns, int nan_every)
-        : n(rows), n_variables(vars), col_dim(dim), keys(key_columns), x(std::size_t(rows) * dim, T(-77)), freq(rows) {
+        : n(rows), n_variables(vars), col_dim(dim), keys(key_columns), x(std::size_t(rows) * dim, T(-77)),
+          freq(rows) {
         std::uint64_t state = 12345 + rows;
         auto next = [&](int m) {
             state = state * 6364136223846793005ull + 1442695040888963407ull;
             return static_cast<int>((state >> 33) % m);
         };
         for (int i = 0; i < n; ++i) {
-            for (int j = 0; j < n_variables; ++j) x[i * col_dim + j] = T(next(3 + j) - 1) / T(2);
+            for (int j = 0; j < n_variables; ++j)
+                x[i * col_dim + j] = T(next(3 + j) - 1) / T(2);
             freq[i] = T(next(4));
-            if (nan_every > 0 && i % nan_every == 3) x[i * col_dim + keys[i % keys.size()]] = std::numeric_limits<T>::quiet_NaN();
+            if (nan_every > 0 && i % nan_every == 3)
+                x[i * col_dim + keys[i % keys.size()]] = std::numeric_limits<T>::quiet_NaN();
         }
     }
     std::vector<T> key_of(const std::vector<T>& data, int row) const {
         std::vector<T> k;
-        for (int c : keys) k.push_back(data[row * col_dim + c]);
+        for (int c : keys)
+            k.push_back(data[row * col_dim + c]);
         return k;
     }
     bool missing(int row) const {
@@ -82,7 +86,8 @@ template <class T> struct Expected {
             ++counts.back();
             sorted_keys.push_back(k);
             totals[k] += d.freq[i];
-            for (std::size_t j = 0; j < k.size(); ++j) distinct[j].insert(k[j]);
+            for (std::size_t j = 0; j < k.size(); ++j)
+                distinct[j].insert(k[j]);
         }
         for (std::size_t g = 0, first = 0; g < counts.size(); first += counts[g++])
             if (totals[sorted_keys[first]] != T(0)) {
@@ -99,7 +104,8 @@ template <class T> struct Expected {
         std::vector<std::size_t> digit(axes.size(), 0);
         for (bool more = !axes.empty(); more;) {
             std::vector<T> k;
-            for (std::size_t j = 0; j < axes.size(); ++j) k.push_back(axes[j][digit[j]]);
+            for (std::size_t j = 0; j < axes.size(); ++j)
+                k.push_back(axes[j][digit[j]]);
             table.push_back(totals.count(k) ? totals[k] : T(0));
             more = false;
             for (std::size_t j = axes.size(); j-- > 0;) {
@@ -119,17 +125,19 @@ TYPED_TEST(SortData, AllOutputsAgainstTheReference) {
     using T = TypeParam;
     for (bool descending : {false, true})
         for (bool keep : {false, true}) {
-            SCOPED_TRACE(::testing::Message() << (descending ? "descending" : "ascending") << (keep ? " kept" : " moved"));
+            SCOPED_TRACE(::testing::Message()
+                         << (descending ? "descending" : "ascending") << (keep ? " kept" : " moved"));
             DataSet<T> d(200, 4, 6, {2, 0}, 17);
             const Expected<T> e(d, descending);
             std::vector<T> x = d.x;
             int *perm = nullptr, n_groups = -1, *counts = nullptr, n_cells = -1, *n_values = nullptr;
             T *cell_keys = nullptr, *cell_freq = nullptr, *values = nullptr, *table = nullptr;
-            T* r = api::sort_data(d.n, d.n_variables, x.data(), 2, KORVS_X_COL_DIM, d.col_dim, KORVS_INDICES_KEYS,
-                                  d.keys.data(), KORVS_FREQUENCIES, d.freq.data(),
-                                  descending ? KORVS_DESCENDING : KORVS_ASCENDING, keep ? KORVS_KEEP_DATA : KORVS_MOVE_DATA,
-                                  KORVS_PERMUTATION, &perm, KORVS_N_GROUPS, &n_groups, &counts, KORVS_LIST_CELLS,
-                                  &n_cells, &cell_keys, &cell_freq, KORVS_TABLE, &n_values, &values, &table, 0);
+            T* r = api::sort_data(d.n, d.n_variables, x.data(), 2, KORVS_X_COL_DIM, d.col_dim,
+                                  KORVS_INDICES_KEYS, d.keys.data(), KORVS_FREQUENCIES, d.freq.data(),
+                                  descending ? KORVS_DESCENDING : KORVS_ASCENDING,
+                                  keep ? KORVS_KEEP_DATA : KORVS_MOVE_DATA, KORVS_PERMUTATION, &perm,
+                                  KORVS_N_GROUPS, &n_groups, &counts, KORVS_LIST_CELLS, &n_cells, &cell_keys,
+                                  &cell_freq, KORVS_TABLE, &n_values, &values, &table, 0);
             ASSERT_EQ(r, x.data());
             ASSERT_TRUE(perm && counts && cell_keys && cell_freq && n_values && values && table);
             std::vector<int> p(perm, perm + d.n), sorted_p = p;
@@ -148,7 +156,8 @@ TYPED_TEST(SortData, AllOutputsAgainstTheReference) {
             EXPECT_EQ(std::vector<int>(counts, counts + n_groups), e.counts);
             ASSERT_EQ(n_cells, static_cast<int>(e.cells.size()));
             for (int c = 0; c < n_cells; ++c) {
-                EXPECT_EQ(std::vector<T>(cell_keys + 2 * c, cell_keys + 2 * c + 2), e.cells[c]) << "cell " << c;
+                EXPECT_EQ(std::vector<T>(cell_keys + 2 * c, cell_keys + 2 * c + 2), e.cells[c])
+                    << "cell " << c;
                 EXPECT_EQ(cell_freq[c], e.cell_totals[c]) << "cell " << c;
             }
             EXPECT_EQ(std::vector<int>(n_values, n_values + 2), e.n_values);
@@ -179,7 +188,8 @@ TYPED_TEST(SortData, CallersArraysAndDefaults) {
     EXPECT_EQ(std::vector<T>(cell_freq.begin(), cell_freq.begin() + n_cells), e.cell_totals);
     EXPECT_EQ(n_values, e.n_values);
     EXPECT_EQ(std::vector<T>(table.begin(), table.begin() + e.table.size()), e.table);
-    for (int i = 0; i < d.n; ++i) EXPECT_TRUE(same_row(x, i, d.x, perm[i], 3));
+    for (int i = 0; i < d.n; ++i)
+        EXPECT_TRUE(same_row(x, i, d.x, perm[i], 3));
     EXPECT_TRUE(this->errors().empty());
 }
 
@@ -197,7 +207,8 @@ TYPED_TEST(SortData, OneKeyAgainstStdSortAndMissingLastWhenDescending) {
         api::sort_data(n, 1, x.data(), 1, KORVS_PERMUTATION, &perm, 0);
         EXPECT_EQ(x, expected);
         std::vector<T> again = make<T>(pattern, n, 5);
-        for (int i = 0; i < n; ++i) ASSERT_EQ(again[perm[i]], expected[i]);
+        for (int i = 0; i < n; ++i)
+            ASSERT_EQ(again[perm[i]], expected[i]);
         std::free(perm);
     }
     T y[8] = {3, std::numeric_limits<T>::quiet_NaN(), 1, 4, 1, 5, 9, 2};
@@ -226,9 +237,15 @@ TYPED_TEST(SortData, ChecksLeaveTheDataAsItWas) {
         {"key column 3", call(5, 3, xs, 2, KORVS_INDICES_KEYS, bad_keys, 0), 5, 20027,
          "%(l1) %(i1) %(i2) %(l3) %(i3)", "indices_keys 1 3 n_variables 3"},
         {"key column -1", call(5, 3, xs, 1, KORVS_INDICES_KEYS, negative_key, 0), 5, 20027, "%(i2)", "-1"},
-        {"null frequencies", call(5, 3, xs, 1, KORVS_FREQUENCIES, (T*)nullptr, 0), 5, 6002, "%(l1)", "frequencies"},
-        {"null permutation array", call(5, 3, xs, 1, KORVS_PERMUTATION_USER, null_perm, 0), 5, 104, "%(l1) %(l2)",
-         "permutation KORVS_PERMUTATION_USER"},
+        {"null frequencies", call(5, 3, xs, 1, KORVS_FREQUENCIES, (T*)nullptr, 0), 5, 6002, "%(l1)",
+         "frequencies"},
+        {"null permutation array", call(5, 3, xs, 1, KORVS_PERMUTATION_USER, null_perm, 0), 5, 104,
+         "%(l1) %(l2)", "permutation KORVS_PERMUTATION_USER"},
+        {"null address of the permutation", call(5, 3, xs, 1, KORVS_PERMUTATION, (int**)nullptr, 0), 5, 104,
+         "%(l1) %(l2)", "permutation KORVS_PERMUTATION"},
+        {"null address of the table",
+         call(5, 3, xs, 1, KORVS_TABLE, &null_perm, (T**)nullptr, (T**)nullptr, 0), 5, 104, "%(l1) %(l2)",
+         "table KORVS_TABLE"},
         {"unknown code", call(5, 3, xs, 1, KORVS_DESCENDING, 4242, 0), 5, 11001, "%(i1) %(i2)", "4242 6"},
     });
     EXPECT_EQ(x, d.x);

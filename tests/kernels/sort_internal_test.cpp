@@ -32,8 +32,9 @@ std::vector<int> one_to(std::size_t n) {
 }
 
 // The sorted values, and the 1-based permutation that takes the input to them.
-template <class T> void expect_sorted_with(const std::vector<T>& in, const std::vector<T>& out,
-                                           const std::vector<int>& perm, bool by_magnitude) {
+template <class T>
+void expect_sorted_with(const std::vector<T>& in, const std::vector<T>& out, const std::vector<int>& perm,
+                        bool by_magnitude) {
     auto key = [&](T v) { return by_magnitude ? std::fabs(v) : v; };
     std::vector<T> expected = in;
     std::stable_sort(expected.begin(), expected.end(), [&](T a, T b) { return key(a) < key(b); });
@@ -58,7 +59,8 @@ TYPED_TEST(SortKernels, EveryFormOnEveryPattern) {
             if (n == 1000000 && p != kRandom && p != kOrganPipe && p != kFewValues) continue;
             SCOPED_TRACE(::testing::Message() << name(p) << " n=" << n);
             std::vector<T> in = make<T>(p, n);
-            for (std::size_t i = 0; i < n; i += 3) in[i] = -in[i];
+            for (std::size_t i = 0; i < n; i += 3)
+                in[i] = -in[i];
             const int m = static_cast<int>(n);
             std::vector<T> out(n), values(n), magnitudes(n), out_b(n);
             std::vector<int> perm = one_to(n), perm_b = one_to(n);
@@ -82,14 +84,16 @@ TEST(IntegerSorts, AgainstStdSortWithPermutationAppliedBack) {
             SCOPED_TRACE(::testing::Message() << name(p) << " n=" << n);
             std::vector<int> in(n);
             const auto v = make<double>(p, n, 3);
-            for (std::size_t i = 0; i < n; ++i) in[i] = static_cast<int>(v[i] * 1024);
+            for (std::size_t i = 0; i < n; ++i)
+                in[i] = static_cast<int>(v[i] * 1024);
             std::vector<int> out(n), out_p(n), perm = one_to(n), expected = in;
             std::sort(expected.begin(), expected.end());
             korvs::svign(static_cast<int>(n), in.data(), out.data());
             korvs::svigp(static_cast<int>(n), in.data(), out_p.data(), perm.data());
             EXPECT_EQ(out, expected);
             EXPECT_EQ(out_p, expected);
-            for (std::size_t i = 0; i < n; ++i) ASSERT_EQ(in[perm[i] - 1], out_p[i]);
+            for (std::size_t i = 0; i < n; ++i)
+                ASSERT_EQ(in[perm[i] - 1], out_p[i]);
         }
 }
 
@@ -109,7 +113,8 @@ TYPED_TEST(SortKernels, ShortVectorsAreSortedByInsertionAlone) {
         std::iota(order.begin(), order.end(), 0);
         std::stable_sort(order.begin(), order.end(), [&](int a, int b) { return in[a] < in[b]; });
         std::vector<int> expected(n);
-        for (int i = 0; i < n; ++i) expected[i] = labels[order[i]];
+        for (int i = 0; i < n; ++i)
+            expected[i] = labels[order[i]];
         korvs::svrgp(n, in.data(), out.data(), labels.data());
         EXPECT_EQ(labels, expected) << "n=" << n;
     }
@@ -123,7 +128,8 @@ TYPED_TEST(SortKernels, NanNeverTakesTheQuicksortOutOfItsArray) {
     for (int every : {1, 2, 3, 17, 1000})
         for (std::size_t n : {12, 40, 1000, 100000}) {
             std::vector<T> in = make<T>(kRandom, n, every);
-            for (std::size_t i = 0; i < n; i += every) in[i] = nan;
+            for (std::size_t i = 0; i < n; i += every)
+                in[i] = nan;
             std::vector<T> out(n), abs_out(n);
             std::vector<int> perm = one_to(n), abs_perm = one_to(n);
             korvs::svrgp(static_cast<int>(n), in.data(), out.data(), perm.data());
@@ -160,7 +166,8 @@ TYPED_TEST(SortKernels, PermuAndP2rmaFollowTheirDefinitions) {
     const std::vector<T> x = make<T>(kRandom, n, 11);
     for (int ipath : {1, 2}) {
         std::vector<T> expected(n), out(n), inplace = x;
-        for (int i = 0; i < n; ++i) (ipath == 1 ? expected[i] : expected[ip[i] - 1]) = ipath == 1 ? x[ip[i] - 1] : x[i];
+        for (int i = 0; i < n; ++i)
+            (ipath == 1 ? expected[i] : expected[ip[i] - 1]) = ipath == 1 ? x[ip[i] - 1] : x[i];
         korvs::permu(n, x.data(), ip.data(), ipath, out.data());
         korvs::permu(n, inplace.data(), ip.data(), ipath, inplace.data());
         EXPECT_EQ(out, expected);
@@ -172,11 +179,13 @@ TYPED_TEST(SortKernels, PermuAndP2rmaFollowTheirDefinitions) {
     std::vector<int> row_perm = {5, 3, 1, 2, 4}, col_perm = {2, 3, 1};
     korvs::p2rma(rows, cols, a.data(), lda, row_perm.data(), 1, aper.data(), lda, work.data());
     for (int i = 0; i < rows; ++i)
-        for (int j = 0; j < cols; ++j) EXPECT_EQ(aper[i + j * lda], a[row_perm[i] - 1 + j * lda]);
+        for (int j = 0; j < cols; ++j)
+            EXPECT_EQ(aper[i + j * lda], a[row_perm[i] - 1 + j * lda]);
     std::vector<T> b = a;
     korvs::p2rma(rows, cols, b.data(), lda, col_perm.data(), 2, b.data(), lda, work.data());
     for (int i = 0; i < rows; ++i)
-        for (int j = 0; j < cols; ++j) EXPECT_EQ(b[i + j * lda], a[i + (col_perm[j] - 1) * lda]);
+        for (int j = 0; j < cols; ++j)
+            EXPECT_EQ(b[i + j * lda], a[i + (col_perm[j] - 1) * lda]);
     EXPECT_EQ(b[rows], a[rows]);  // below the rows, the column is not touched
     EXPECT_TRUE(this->errors().empty());
 }
@@ -190,7 +199,8 @@ TYPED_TEST(SortKernels, PermuWithBadPermutations) {
     for (int ipath : {1, 2}) {
         std::vector<T> y = x;
         korvs::permu(4, y.data(), repeated.data(), ipath, y.data());
-        for (T v : y) EXPECT_TRUE(std::find(x.begin(), x.end(), v) != x.end());
+        for (T v : y)
+            EXPECT_TRUE(std::find(x.begin(), x.end(), v) != x.end());
         EXPECT_EQ(repeated, (std::vector<int>{2, 2, 1, 4}));
     }
     std::vector<int> outside = {1, 5, 2, 3};
@@ -198,10 +208,11 @@ TYPED_TEST(SortKernels, PermuWithBadPermutations) {
     this->expect_errors({
         {"entry 5 of 4", [&] { korvs::permu(4, y.data(), outside.data(), 1, y.data()); }, 5, 20422,
          "%(i1) %(i2) %(i3)", "1 4 4"},
-        {"p2rma rows 0", [&] { korvs::p2rma(0, 1, y.data(), 1, outside.data(), 1, y.data(), 1, y.data()); }, 5, 603,
-         "%(l1)", "n_rows"},
-        {"p2rma leading dimension 0", [&] { korvs::p2rma(1, 1, y.data(), 0, outside.data(), 1, y.data(), 1, y.data()); },
-         5, 603, "%(l1)", "a_col_dim"},
+        {"p2rma rows 0", [&] { korvs::p2rma(0, 1, y.data(), 1, outside.data(), 1, y.data(), 1, y.data()); },
+         5, 603, "%(l1)", "n_rows"},
+        {"p2rma leading dimension 0",
+         [&] { korvs::p2rma(1, 1, y.data(), 0, outside.data(), 1, y.data(), 1, y.data()); }, 5, 603, "%(l1)",
+         "a_col_dim"},
     });
     EXPECT_EQ(y, x);
 }
@@ -224,7 +235,9 @@ TYPED_TEST(SortKernels, MvnanOnColumnMajorData) {
         std::vector<int> columns;
         int missing;
         std::vector<int> swaps;
-    } cases[] = {{-2, {}, 2, {1, 5, 3, 4, 2}}, {-1, {}, 1, {1, 5, 3, 4, 2}}, {1, {1}, 1, {1, 2, 3, 5, 4}},
+    } cases[] = {{-2, {}, 2, {1, 5, 3, 4, 2}},
+                 {-1, {}, 1, {1, 5, 3, 4, 2}},
+                 {1, {1}, 1, {1, 2, 3, 5, 4}},
                  {0, {}, 0, {1, 2, 3, 4, 5}}};
     for (const Case& c : cases) {
         std::vector<T> y = x;
@@ -241,10 +254,11 @@ TYPED_TEST(SortKernels, MvnanOnColumnMajorData) {
     const int outside[1] = {2};
     std::vector<T> y = x;
     this->expect_errors({
-        {"listed column 2 of 2", [&] { korvs::mvnan(rows, cols, 1, outside, y.data(), ld, nullptr, nullptr); }, 5,
-         20525, "%(i1) %(i2) %(i3)", "0 2 2"},
-        {"first 3 of 2", [&] { korvs::mvnan(rows, cols, -3, nullptr, y.data(), ld, nullptr, nullptr); }, 5, 20524,
-         "%(i1) %(i2)", "3 2"},
+        {"listed column 2 of 2",
+         [&] { korvs::mvnan(rows, cols, 1, outside, y.data(), ld, nullptr, nullptr); }, 5, 20525,
+         "%(i1) %(i2) %(i3)", "0 2 2"},
+        {"first 3 of 2", [&] { korvs::mvnan(rows, cols, -3, nullptr, y.data(), ld, nullptr, nullptr); }, 5,
+         20524, "%(i1) %(i2)", "3 2"},
     });
     EXPECT_EQ(std::memcmp(y.data(), x.data(), x.size() * sizeof(T)), 0);
 }
@@ -269,15 +283,18 @@ TYPED_TEST(SortKernels, F2eqAgainstACountedTable) {
     }
     const int keys[3] = {3, 1, 2};  // from 1
     std::map<std::vector<T>, T> counted;
-    for (int i = 0; i < n; ++i) counted[{x[i + 2 * ld], x[i], x[i + ld]}] += x[i + 3 * ld];
+    for (int i = 0; i < n; ++i)
+        counted[{x[i + 2 * ld], x[i], x[i + ld]}] += x[i + 3 * ld];
     std::vector<std::set<T>> axes(3);
     for (const auto& [k, v] : counted)
-        for (int j = 0; j < 3; ++j) axes[j].insert(k[j]);
+        for (int j = 0; j < 3; ++j)
+            axes[j].insert(k[j]);
     for (int split : {n, 120}) {
         SCOPED_TRACE(::testing::Message() << "first call " << split << " rows");
         std::vector<int> n_values(3);
         std::vector<T> values(200), table(20000, T(-1));
-        korvs::f2eq(1, split, cols, x.data(), ld, 4, 3, keys, 20000, 200, n_values.data(), values.data(), table.data());
+        korvs::f2eq(1, split, cols, x.data(), ld, 4, 3, keys, 20000, 200, n_values.data(), values.data(),
+                    table.data());
         if (split < n)
             korvs::f2eq(2, n - split, cols, x.data() + split, ld, 4, 3, keys, 20000, 200, n_values.data(),
                         values.data(), table.data());
@@ -298,22 +315,41 @@ TYPED_TEST(SortKernels, F2eqAgainstACountedTable) {
     std::vector<int> n_values(3);
     std::vector<T> values(200), table(20000);
     const int one_key[1] = {2};
-    korvs::f2eq(1, n, cols, x.data(), ld, 0, 1, one_key, 20000, 200, n_values.data(), values.data(), table.data());
+    korvs::f2eq(1, n, cols, x.data(), ld, 0, 1, one_key, 20000, 200, n_values.data(), values.data(),
+                table.data());
     EXPECT_EQ(std::accumulate(table.begin(), table.begin() + n_values[0], T(0)), T(n));
     this->expect_errors({
-        {"table limit", [&] { korvs::f2eq(1, n, cols, x.data(), ld, 0, 3, keys, 100, 200, n_values.data(),
-                                          values.data(), table.data()); }, 4, 20413},
-        {"values limit", [&] { korvs::f2eq(1, n, cols, x.data(), ld, 0, 3, keys, 20000, 10, n_values.data(),
-                                           values.data(), table.data()); }, 4, 20414, "%(i2)", "10"},
-        {"frequency column 5", [&] { korvs::f2eq(1, n, cols, x.data(), ld, 5, 3, keys, 20000, 200,
-                                                 n_values.data(), values.data(), table.data()); }, 5, 20411,
-         "%(i1) %(i2)", "5 4"},
-        {"key column 0", [&] { const int bad[2] = {1, 0}; korvs::f2eq(1, n, cols, x.data(), ld, 0, 2, bad, 20000, 200,
-                                                                      n_values.data(), values.data(), table.data()); },
+        {"table limit",
+         [&] {
+             korvs::f2eq(1, n, cols, x.data(), ld, 0, 3, keys, 100, 200, n_values.data(), values.data(),
+                         table.data());
+         },
+         4, 20413},
+        {"values limit",
+         [&] {
+             korvs::f2eq(1, n, cols, x.data(), ld, 0, 3, keys, 20000, 10, n_values.data(), values.data(),
+                         table.data());
+         },
+         4, 20414, "%(i2)", "10"},
+        {"frequency column 5",
+         [&] {
+             korvs::f2eq(1, n, cols, x.data(), ld, 5, 3, keys, 20000, 200, n_values.data(), values.data(),
+                         table.data());
+         },
+         5, 20411, "%(i1) %(i2)", "5 4"},
+        {"key column 0",
+         [&] {
+             const int bad[2] = {1, 0};
+             korvs::f2eq(1, n, cols, x.data(), ld, 0, 2, bad, 20000, 200, n_values.data(), values.data(),
+                         table.data());
+         },
          5, 20412, "%(i1) %(i2) %(i3)", "2 0 4"},
-        {"leading dimension", [&] { korvs::f2eq(1, n, cols, x.data(), 299, 0, 1, one_key, 20000, 200,
-                                                n_values.data(), values.data(), table.data()); }, 5, 600,
-         "%(i1) %(l1) %(i2) %(l2)", "299 x_col_dim 300 n_observations"},
+        {"leading dimension",
+         [&] {
+             korvs::f2eq(1, n, cols, x.data(), 299, 0, 1, one_key, 20000, 200, n_values.data(), values.data(),
+                         table.data());
+         },
+         5, 600, "%(i1) %(l1) %(i2) %(l2)", "299 x_col_dim 300 n_observations"},
     });
 }
 

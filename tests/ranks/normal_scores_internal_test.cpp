@@ -41,7 +41,8 @@ TYPED_TEST(NormalScores, AgainstTheOracle) {
                              std::numeric_limits<T>::epsilon() / tier<T>(n);
         if (error > worst) {
             worst = error;
-            where = "n=" + std::to_string(n) + " i=" + std::to_string(i) + " got " + std::to_string(double(got));
+            where =
+                "n=" + std::to_string(n) + " i=" + std::to_string(i) + " got " + std::to_string(double(got));
         }
     }
     EXPECT_LE(worst, 1.0) << "worst error over its tier: " << worst << " at " << where;

@@ -21,8 +21,12 @@ template <class T> class Ranks : public korvs_test::KorvsTest {};
 using Types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Ranks, Types);
 
-constexpr int kScoreOption[] = {KORVS_RANKS, KORVS_BLOM_SCORES, KORVS_TUKEY_SCORES, KORVS_VAN_DER_WAERDEN_SCORES,
-                                KORVS_EXPECTED_NORMAL_SCORES, KORVS_SAVAGE_SCORES};
+constexpr int kScoreOption[] = {KORVS_RANKS,
+                                KORVS_BLOM_SCORES,
+                                KORVS_TUKEY_SCORES,
+                                KORVS_VAN_DER_WAERDEN_SCORES,
+                                KORVS_EXPECTED_NORMAL_SCORES,
+                                KORVS_SAVAGE_SCORES};
 constexpr int kTieOption[] = {KORVS_AVERAGE, KORVS_HIGHEST, KORVS_LOWEST, KORVS_RANDOM_SPLIT};
 
 // The allowed error of a score in units of the twin's epsilon, relative to max(1, |exact|).
@@ -47,14 +51,16 @@ TYPED_TEST(Ranks, EveryScoreAndTieRuleAgainstTheOracle) {
     ASSERT_EQ(table.columns.size(), 8u);
     // (case, score, tie) -> rows
     std::map<std::tuple<int, int, int>, std::vector<const korvs_oracle::Row*>> groups;
-    for (const auto& row : table.rows) groups[{int(row[0]), int(row[3]), int(row[4])}].push_back(&row);
+    for (const auto& row : table.rows)
+        groups[{int(row[0]), int(row[3]), int(row[4])}].push_back(&row);
     ASSERT_EQ(groups.size(), 8u * 6 * 3);
     const double eps = std::numeric_limits<T>::epsilon();
     for (const auto& [key, rows] : groups) {
         const auto [number, score, tie] = key;
         const int n = static_cast<int>(rows.size());
         std::vector<T> x(n);
-        for (int j = 0; j < n; ++j) x[(*rows[j])[5]] = static_cast<T>((*rows[j])[6]);
+        for (int j = 0; j < n; ++j)
+            x[(*rows[j])[5]] = static_cast<T>((*rows[j])[6]);
         const double fuzz = static_cast<double>((*rows[0])[2]);
         T* r = api::ranks(n, x.data(), KORVS_FUZZ, fuzz, kScoreOption[score], kTieOption[tie], 0);
         ASSERT_NE(r, nullptr);
@@ -62,12 +68,13 @@ TYPED_TEST(Ranks, EveryScoreAndTieRuleAgainstTheOracle) {
         int where = 0;
         for (int j = 0; j < n; ++j) {
             const long double exact = (*rows[j])[7];
-            const double e = static_cast<double>(std::fabs(r[j] - exact) / std::fmax(1.0L, std::fabs(exact))) / eps;
+            const double e =
+                static_cast<double>(std::fabs(r[j] - exact) / std::fmax(1.0L, std::fabs(exact))) / eps;
             if (e > worst) worst = e, where = j;
         }
-        EXPECT_LE(worst, allowed<T>(score)) << "case " << number << " score " << score << " tie " << tie
-                                            << ": worst at index " << where << ", got " << r[where] << ", exact "
-                                            << static_cast<double>((*rows[where])[7]);
+        EXPECT_LE(worst, allowed<T>(score))
+            << "case " << number << " score " << score << " tie " << tie << ": worst at index " << where
+            << ", got " << r[where] << ", exact " << static_cast<double>((*rows[where])[7]);
         std::free(r);
     }
     EXPECT_TRUE(this->errors().empty());
@@ -120,11 +127,13 @@ TYPED_TEST(Ranks, RandomSplitReplaysOnTheSameUniforms) {
     korvs_random_seed_set(123457);
     std::vector<T> place_score(n);
     long double sum = 0;
-    for (int i = 0; i < n; ++i) place_score[i] = static_cast<T>(sum += 1.0L / (n - i));
+    for (int i = 0; i < n; ++i)
+        place_score[i] = static_cast<T>(sum += 1.0L / (n - i));
     std::vector<std::vector<T>> shuffled;
     for (int first = 0; first < n;) {
         int last = first;
-        while (last + 1 < n && x[order[last + 1]] == x[order[first]]) ++last;
+        while (last + 1 < n && x[order[last + 1]] == x[order[first]])
+            ++last;
         std::vector<T> s(place_score.begin() + first, place_score.begin() + last + 1);
         const int m = last - first + 1;
         for (int k = m; k >= 2; --k) {
@@ -143,7 +152,8 @@ TYPED_TEST(Ranks, RandomSplitReplaysOnTheSameUniforms) {
     // sort keeps no order among ties, so each group is compared as the set of its values
     // and, through the replay, as the multiset it must be a shuffle of.
     std::map<T, std::vector<T>> got;
-    for (int j = 0; j < n; ++j) got[x[j]].push_back(r[j]);
+    for (int j = 0; j < n; ++j)
+        got[x[j]].push_back(r[j]);
     std::size_t g = 0;
     for (auto& [value, scores] : got) {
         std::vector<T> want = shuffled[g++];
@@ -171,7 +181,8 @@ TYPED_TEST(Ranks, MissingValuesTakeNoPlace) {
         T* q = api::ranks(5, present, kScoreOption[score], 0);
         ASSERT_TRUE(r && q);
         EXPECT_TRUE(std::isnan(r[1]) && std::isnan(r[4]));
-        EXPECT_EQ((std::vector<T>{r[0], r[2], r[3], r[5], r[6]}), std::vector<T>(q, q + 5)) << "score " << score;
+        EXPECT_EQ((std::vector<T>{r[0], r[2], r[3], r[5], r[6]}), std::vector<T>(q, q + 5))
+            << "score " << score;
         std::free(r);
         std::free(q);
     }
@@ -196,13 +207,16 @@ TYPED_TEST(Ranks, LargeSamplesAgainstTheIndexSort) {
         std::vector<double> expected(n);
         for (int i = 0; i < n;) {
             int j = i + 1;
-            while (j < n && x[index[j]] == x[index[i]]) ++j;
-            for (int k = i; k < j; ++k) expected[index[k]] = 0.5 * (i + 1 + j);
+            while (j < n && x[index[j]] == x[index[i]])
+                ++j;
+            for (int k = i; k < j; ++k)
+                expected[index[k]] = 0.5 * (i + 1 + j);
             i = j;
         }
         T* r = api::ranks(n, x.data(), 0);
         ASSERT_NE(r, nullptr);
-        for (int j = 0; j < n; ++j) ASSERT_EQ(r[j], static_cast<T>(expected[j])) << name(p) << " j=" << j;
+        for (int j = 0; j < n; ++j)
+            ASSERT_EQ(r[j], static_cast<T>(expected[j])) << name(p) << " j=" << j;
         std::free(r);
     }
     EXPECT_TRUE(this->errors().empty());
