@@ -14,8 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "peers.hpp"
+
 #ifdef KORVS_HAVE_GSL
-#include <gsl/gsl_errno.h>
 #include <gsl/gsl_sort_double.h>
 #include <gsl/gsl_sort_float.h>
 #endif
@@ -179,13 +180,6 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-#ifdef KORVS_HAVE_GSL
-    gsl_set_error_handler_off();
-#endif
-    benchmark::Initialize(&argc, argv);
     Ratios reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return korvs_bench::run_with(argc, argv, reporter);
 }
