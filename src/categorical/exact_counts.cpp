@@ -104,13 +104,28 @@ bool transpose_table(const IntegerTable& t, Workspace<int>& work, IntegerTable* 
     return true;
 }
 
-void sort_ascending(int n, int* v) {
-    for (int i = 1; i < n; ++i) {
-        const int x = v[i];
-        int j = i;
-        for (; j > 0 && v[j - 1] > x; --j)
-            v[j] = v[j - 1];
-        v[j] = x;
+void sort_node(int n, int* v) {
+    auto order = [](int& a, int& b) {
+        if (b < a) {
+            const int t = a;
+            a = b;
+            b = t;
+        }
+    };
+    if (n == 2) {
+        order(v[0], v[1]);
+    } else if (n == 3) {
+        order(v[0], v[1]);
+        order(v[1], v[2]);
+        order(v[0], v[1]);
+    } else {
+        for (int i = 1; i < n; ++i) {
+            const int x = v[i];
+            int j = i;
+            for (; j > 0 && v[j - 1] > x; --j)
+                v[j] = v[j - 1];
+            v[j] = x;
+        }
     }
 }
 

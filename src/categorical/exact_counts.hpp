@@ -1,5 +1,5 @@
 // What the two exact tests share: the table as integer counts with its margins, a
-// double-double sum, the ascending sort of the margins, and the ceiling on
+// double-double sum, the sort of a node's totals, and the ceiling on
 // the work space the tests may ask of the machine.
 #pragma once
 
@@ -29,9 +29,10 @@ bool integer_table(int n_rows, int n_columns, const T* table, Workspace<int>& wo
 // The table with rows and columns exchanged, into work.
 bool transpose_table(const IntegerTable& t, Workspace<int>& work, IntegerTable* out);
 
-// Stands in for the library's ascending integer sort of the sort family (l_svign) on the
-// short margin vectors, until that family is built: insertion sort, ascending.
-void sort_ascending(int n, int* v);
+// The remaining row totals of a node, ascending: by explicit cases for two and three rows,
+// the commonest, and by insertion sort beyond (the vectors are short and nearly sorted, the
+// totals of a sorted node less one column's share).
+void sort_node(int n, int* v);
 
 // The most bytes of work space an exact test may take: a quarter of the machine's physical
 // memory, so that a large request fails as an allocation rather than exhausting memory.

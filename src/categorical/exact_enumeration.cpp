@@ -13,6 +13,7 @@
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
 #include "frame/options.hpp"
+#include "kernels/sort.hpp"
 #include "network.hpp"
 
 namespace korvs {
@@ -43,7 +44,7 @@ double count_tables(const IntegerTable& t, const double* lf, long room) {
     if (t.rows > kMaxNodeRows) return 2 * kMostTables;
     for (int i = 0; i < t.rows; ++i)
         rows[i] = t.row[i];
-    sort_ascending(t.rows, rows);
+    svign(t.rows, rows, rows);  // the sort family's ascending integer sort
     if (key_weights(t.rows, rows, weights) >= 0) return 2 * kMostTables;
     NodeStore stores[2];
     if (!stores[0].allocate(t.rows, room, room) || !stores[1].allocate(t.rows, room, room)) return -1;
@@ -60,7 +61,7 @@ double count_tables(const IntegerTable& t, const double* lf, long room) {
             auto visit = [&](const int* xv, double, double mult) {
                 for (int i = 0; i < t.rows; ++i)
                     child[i] = u[i] - xv[i];
-                sort_ascending(t.rows, child);
+                sort_node(t.rows, child);
                 std::uint64_t k = 0;
                 for (int i = 0; i < t.rows; ++i)
                     k += static_cast<std::uint64_t>(child[i]) * weights[i];

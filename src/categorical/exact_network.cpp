@@ -16,6 +16,7 @@
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
 #include "frame/options.hpp"
+#include "kernels/sort.hpp"
 #include "network.hpp"
 
 namespace korvs {
@@ -243,7 +244,7 @@ int Walk::expand(int node, int stage, long kept) {
             child_[i] = 0;
         for (int i = first; i < rows; ++i)
             child_[i] = u[i] - x[i - first];
-        sort_ascending(rows, child_);
+        sort_node(rows, child_);
         std::uint64_t key = 0;
         for (int i = 0; i < rows; ++i)
             key += static_cast<std::uint64_t>(child_[i]) * weights_[i];
@@ -363,8 +364,8 @@ bool l_c2epr(const IntegerTable& t, const double* lf, const double* lk, const Ne
         rows[i] = t.row[i];
     for (int j = 0; j < t.cols; ++j)
         cols[j] = t.col[j];
-    sort_ascending(t.rows, rows);
-    sort_ascending(t.cols, cols.get());
+    svign(t.rows, rows, rows);  // the sort family's ascending integer sort
+    svign(t.cols, cols.get(), cols.get());
     // A key must hold every node: the product of (r_i + 1) must fit 64 bits, which also
     // keeps the rows within kMaxNodeRows.
     std::uint64_t weights[kMaxNodeRows + 1];
