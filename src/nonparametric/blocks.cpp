@@ -41,12 +41,12 @@ template <class T> void friedman_statistics(int b, int k, double m, double v, do
         s[1] = static_cast<T>(f);
         s[4] = T(1) - np::F_cdf(s[1], T(k - 1), T((b - 1) * (k - 1)));
         s[0] = static_cast<T>((dk - 1) * db * f / (db + f - 1));
-        s[3] = T(1) - np::chi_squared_cdf(s[0], T(k - 1));
+        s[3] = T(1) - api::chi_squared_cdf(s[0], T(k - 1));
     }
     const double mean = dk * db * (dk + 1) * (dk + 1) / 4;
     const double sd = std::sqrt((dk - 1) * dk * db * dk * (dk + 1) * (dk + 1) / 144);
     // The upper tail as the lower tail of -z, which keeps a small p-value's digits.
-    s[5] = np::normal_cdf(static_cast<T>(-(page - mean) / sd));
+    s[5] = api::normal_cdf(static_cast<T>(-(page - mean) / sd));
 }
 
 // F2DMN.
@@ -186,7 +186,7 @@ template <class T> void l_cochran(int n, int k, const T x[], OptionList& opt, T*
         for (int j = 0; j < k; ++j)
             columns_squared += column[j] * column[j];
         q = static_cast<T>((dk * columns_squared - total * total) * (dk - 1) / d);
-        p = T(1) - np::chi_squared_cdf(q, T(k - 1));
+        p = T(1) - api::chi_squared_cdf(q, T(k - 1));
         if (failed()) return;
     }
     if (q_out) *q_out = q;
@@ -202,9 +202,8 @@ KORVS_API float korvs_f_friedmans_test(int n_blocks, int n_treatments, float y[]
     float r = korvs::mach<float>::nan;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_f_friedmans_test",
-                     [&] { korvs::run_traced("F2DMN ", [&] { korvs::l_friedman(n_blocks, n_treatments, y, opt, &r); }); });
+    korvs::run_test("korvs_f_friedmans_test", "F2DMN ", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_friedman(n_blocks, n_treatments, y, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -213,9 +212,8 @@ KORVS_API double korvs_d_friedmans_test(int n_blocks, int n_treatments, double y
     double r = korvs::mach<double>::nan;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_d_friedmans_test",
-                     [&] { korvs::run_traced("F2DMN ", [&] { korvs::l_friedman(n_blocks, n_treatments, y, opt, &r); }); });
+    korvs::run_test("korvs_d_friedmans_test", "F2DMN ", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_friedman(n_blocks, n_treatments, y, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -224,10 +222,8 @@ KORVS_API float korvs_f_cochran_q_test(int n_observations, int n_variables, floa
     float r = korvs::mach<float>::nan;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_f_cochran_q_test", [&] {
-        korvs::run_traced("l_qtest", [&] { korvs::l_cochran(n_observations, n_variables, x, opt, &r); });
-    });
+    korvs::run_test("korvs_f_cochran_q_test", "l_qtest", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_cochran(n_observations, n_variables, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -236,10 +232,8 @@ KORVS_API double korvs_d_cochran_q_test(int n_observations, int n_variables, dou
     double r = korvs::mach<double>::nan;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_d_cochran_q_test", [&] {
-        korvs::run_traced("l_qtest", [&] { korvs::l_cochran(n_observations, n_variables, x, opt, &r); });
-    });
+    korvs::run_test("korvs_d_cochran_q_test", "l_qtest", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_cochran(n_observations, n_variables, x, opt, &r); });
     va_end(ap);
     return r;
 }

@@ -46,7 +46,7 @@ template <class T> bool any_missing(long long n, const T y[]) {
 // The upper tail of H: chi-squared with k - 1 degrees of freedom, or the beta
 // approximation of H/(N - 1) with parameters (k - 1) E and (N - k) E.
 template <class T> T kruskal_wallis_p(double h, int k, const int ni[], double n) {
-    if (k >= 6) return T(1) - np::chi_squared_cdf(static_cast<T>(h), static_cast<T>(k - 1));
+    if (k >= 6) return T(1) - api::chi_squared_cdf(static_cast<T>(h), static_cast<T>(k - 1));
     double s = 0;
     for (int i = 0; i < k; ++i)
         s += 1.0 / ni[i];
@@ -211,9 +211,8 @@ KORVS_API float* korvs_f_kruskal_wallis_test(int n_groups, int ni[], float y[], 
     float* r = nullptr;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_f_kruskal_wallis_test",
-                     [&] { korvs::run_traced("K2SKL ", [&] { korvs::l_kruskal_wallis(n_groups, ni, y, opt, &r); }); });
+    korvs::run_test("korvs_f_kruskal_wallis_test", "K2SKL ", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_kruskal_wallis(n_groups, ni, y, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -222,9 +221,8 @@ KORVS_API double* korvs_d_kruskal_wallis_test(int n_groups, int ni[], double y[]
     double* r = nullptr;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_d_kruskal_wallis_test",
-                     [&] { korvs::run_traced("K2SKL ", [&] { korvs::l_kruskal_wallis(n_groups, ni, y, opt, &r); }); });
+    korvs::run_test("korvs_d_kruskal_wallis_test", "K2SKL ", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_kruskal_wallis(n_groups, ni, y, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -233,9 +231,8 @@ KORVS_API float* korvs_f_k_trends_test(int n_groups, int ni[], float y[], ...) n
     float* r = nullptr;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_f_k_trends_test",
-                     [&] { korvs::run_traced("KTRND ", [&] { korvs::l_k_trends(n_groups, ni, y, opt, &r); }); });
+    korvs::run_test("korvs_f_k_trends_test", "KTRND ", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_k_trends(n_groups, ni, y, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -244,9 +241,8 @@ KORVS_API double* korvs_d_k_trends_test(int n_groups, int ni[], double y[], ...)
     double* r = nullptr;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 3);
-    korvs::run_frame("korvs_d_k_trends_test",
-                     [&] { korvs::run_traced("KTRND ", [&] { korvs::l_k_trends(n_groups, ni, y, opt, &r); }); });
+    korvs::run_test("korvs_d_k_trends_test", "KTRND ", &ap, 3,
+                    [&](korvs::OptionList& opt) { korvs::l_k_trends(n_groups, ni, y, opt, &r); });
     va_end(ap);
     return r;
 }

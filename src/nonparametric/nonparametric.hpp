@@ -5,25 +5,23 @@
 #pragma once
 
 #include <cmath>
+#include <cstdarg>
 
+#include "frame/frame.hpp"
 #include "frame/mach.hpp"
 #include "frame/options.hpp"
 #include "frame/workspace.hpp"
 #include "korvstat.h"
+#include "special/api.hpp"
 
 namespace korvs {
 
-// The exported routines the tests call, through their exports so that their traces and
+// The exported routines the tests call beyond those of api.hpp (erfc, the normal and
+// chi-squared distribution functions), through their exports so that their traces and
 // error levels are the ones a caller of them would see.
 namespace np {
-inline float erfc(float x) { return korvs_f_erfc(x); }
-inline double erfc(double x) { return korvs_d_erfc(x); }
-inline float normal_cdf(float x) { return korvs_f_normal_cdf(x); }
-inline double normal_cdf(double x) { return korvs_d_normal_cdf(x); }
 inline float binomial_cdf(int k, int n, float p) { return korvs_f_binomial_cdf(k, n, p); }
 inline double binomial_cdf(int k, int n, double p) { return korvs_d_binomial_cdf(k, n, p); }
-inline float chi_squared_cdf(float x, float df) { return korvs_f_chi_squared_cdf(x, df); }
-inline double chi_squared_cdf(double x, double df) { return korvs_d_chi_squared_cdf(x, df); }
 inline float F_cdf(float f, float d1, float d2) { return korvs_f_F_cdf(f, d1, d2); }
 inline double F_cdf(double f, double d1, double d2) { return korvs_d_F_cdf(f, d1, d2); }
 inline float beta_cdf(float x, float a, float b) { return korvs_f_beta_cdf(x, a, b); }
@@ -36,6 +34,13 @@ inline double t_inverse_cdf(double p, double df) { return korvs_d_t_inverse_cdf(
 inline void uniforms(int n, float* u) { korvs_rnun(n, u); }
 inline void uniforms(int n, double* u) { korvs_drnun(n, u); }
 }  // namespace np
+
+// The frame of an exported test: the export's name, the worker's trace name inside it,
+// and the option list that follows `required` named arguments.
+template <class W> void run_test(const char* name, const char* trace, va_list* ap, int required, W worker) {
+    OptionList opt(ap, required);
+    run_frame(name, [&] { run_traced(trace, [&] { worker(opt); }); });
+}
 
 // A constant that the float twin takes as its single-precision literal and the double
 // twin as the exact value it rounds (1/sqrt(2), 1/3).

@@ -34,7 +34,7 @@ template <class T> T edgeworth_tail(double sum, double total, double m1, double 
     const double d = 0.05 * (m1 * m1 + m2 * m2 + m1 * m2 + n) / (total * m2);
     const double phi3 = -(z * z - 3) * z * std::exp(-z * z / 2) / std::sqrt(2 * M_PI);
     const T zt = static_cast<T>(z);
-    return T(0.5) * np::erfc(-zt * twin_constant<T>(0.70710677f, M_SQRT1_2)) - static_cast<T>(d * phi3);
+    return T(0.5) * api::erfc(-zt * twin_constant<T>(0.70710677f, M_SQRT1_2)) - static_cast<T>(d * phi3);
 }
 
 // The walk over the pooled sorted values: label[i] > 0 marks the first sample. Each
@@ -130,7 +130,7 @@ template <class T> void l_rank_sum(int n1, const T x[], int n2, const T y[], Opt
     } else {
         s[8] = static_cast<T>((sums[2] - t / 2) / sd);
         // The two-sided tail from the lower tail, which keeps a small p-value's digits.
-        s[9] = T(2) * np::normal_cdf(-std::fabs(s[8]));
+        s[9] = T(2) * api::normal_cdf(-std::fabs(s[8]));
     }
     if (failed()) return;
     if (a.stat.wanted()) {
@@ -155,10 +155,8 @@ KORVS_API float korvs_f_wilcoxon_rank_sum(int n1_observations, float x[], int n2
     float r = korvs::mach<float>::nan;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 4);
-    korvs::run_frame("korvs_f_wilcoxon_rank_sum", [&] {
-        korvs::run_traced("l_r2ksm ", [&] { korvs::l_rank_sum(n1_observations, x, n2_observations, y, opt, &r); });
-    });
+    korvs::run_test("korvs_f_wilcoxon_rank_sum", "l_r2ksm ", &ap, 4,
+                    [&](korvs::OptionList& opt) { korvs::l_rank_sum(n1_observations, x, n2_observations, y, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -168,10 +166,8 @@ KORVS_API double korvs_d_wilcoxon_rank_sum(int n1_observations, double x[], int 
     double r = korvs::mach<double>::nan;
     va_list ap;
     va_start(ap, y);
-    korvs::OptionList opt(&ap, 4);
-    korvs::run_frame("korvs_d_wilcoxon_rank_sum", [&] {
-        korvs::run_traced("l_r2ksm ", [&] { korvs::l_rank_sum(n1_observations, x, n2_observations, y, opt, &r); });
-    });
+    korvs::run_test("korvs_d_wilcoxon_rank_sum", "l_r2ksm ", &ap, 4,
+                    [&](korvs::OptionList& opt) { korvs::l_rank_sum(n1_observations, x, n2_observations, y, opt, &r); });
     va_end(ap);
     return r;
 }

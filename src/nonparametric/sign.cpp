@@ -110,7 +110,7 @@ template <class T> bool random_pass(int m, int zeros, const T v[], int sign[], T
     s[5] = static_cast<T>(std::fabs(half_total - w_plus));
     const double smaller = std::fmin(w_plus, std::fabs(half_total - w_plus));
     s[6] = static_cast<T>((smaller - dm * (dm + 1) / 4) / (std::sqrt((2 * dm + 1) * dm * (dm + 1)) / std::sqrt(24.0)));
-    s[7] = T(0.5) * np::erfc(-twin_constant<T>(0.7071068f, M_SQRT1_2) * s[6]);
+    s[7] = T(0.5) * api::erfc(-twin_constant<T>(0.7071068f, M_SQRT1_2) * s[6]);
     return !failed();
 }
 
@@ -133,7 +133,7 @@ template <class T> void average_pass(int m2, const T v[], T fuzz, T s[]) {
     s[0] = static_cast<T>(positive);
     s[1] = static_cast<T>(negative);
     s[2] = static_cast<T>(-std::fabs(positive - negative) / std::sqrt(squares));
-    s[3] = T(0.5) * np::erfc(-twin_constant<T>(0.7071068f, M_SQRT1_2) * s[2]);
+    s[3] = T(0.5) * api::erfc(-twin_constant<T>(0.7071068f, M_SQRT1_2) * s[2]);
 }
 
 // S2RNK: the checks, the copy of the non-missing values, the zeros within fuzz, then the
@@ -220,9 +220,8 @@ KORVS_API float korvs_f_sign_test(int n_observations, float x[], ...) noexcept {
     float r = korvs::mach<float>::nan;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_f_sign_test",
-                     [&] { korvs::run_traced("l_signt ", [&] { korvs::l_sign_test(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_f_sign_test", "l_signt ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_sign_test(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -231,9 +230,8 @@ KORVS_API double korvs_d_sign_test(int n_observations, double x[], ...) noexcept
     double r = korvs::mach<double>::nan;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_d_sign_test",
-                     [&] { korvs::run_traced("l_signt ", [&] { korvs::l_sign_test(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_d_sign_test", "l_signt ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_sign_test(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -242,9 +240,8 @@ KORVS_API float* korvs_f_wilcoxon_sign_rank(int n_observations, float x[], ...) 
     float* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_f_wilcoxon_sign_rank",
-                     [&] { korvs::run_traced("S2RNK ", [&] { korvs::l_sign_rank(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_f_wilcoxon_sign_rank", "S2RNK ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_sign_rank(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -253,9 +250,8 @@ KORVS_API double* korvs_d_wilcoxon_sign_rank(int n_observations, double x[], ...
     double* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_d_wilcoxon_sign_rank",
-                     [&] { korvs::run_traced("S2RNK ", [&] { korvs::l_sign_rank(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_d_wilcoxon_sign_rank", "S2RNK ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_sign_rank(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }

@@ -114,9 +114,8 @@ KORVS_API float* korvs_f_tie_statistics(int n_observations, float x[], ...) noex
     float* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_f_tie_statistics",
-                     [&] { korvs::run_traced("NTIES ", [&] { korvs::l_tie_statistics(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_f_tie_statistics", "NTIES ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_tie_statistics(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -125,9 +124,8 @@ KORVS_API double* korvs_d_tie_statistics(int n_observations, double x[], ...) no
     double* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_d_tie_statistics",
-                     [&] { korvs::run_traced("NTIES ", [&] { korvs::l_tie_statistics(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_d_tie_statistics", "NTIES ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_tie_statistics(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }

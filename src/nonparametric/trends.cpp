@@ -249,9 +249,8 @@ KORVS_API float* korvs_f_noether_cyclical_trend(int n_observations, float x[], .
     float* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_f_noether_cyclical_trend",
-                     [&] { korvs::run_traced("NCTRD ", [&] { korvs::l_noether(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_f_noether_cyclical_trend", "NCTRD ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_noether(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -260,9 +259,8 @@ KORVS_API double* korvs_d_noether_cyclical_trend(int n_observations, double x[],
     double* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_d_noether_cyclical_trend",
-                     [&] { korvs::run_traced("NCTRD ", [&] { korvs::l_noether(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_d_noether_cyclical_trend", "NCTRD ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_noether(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -271,9 +269,8 @@ KORVS_API float* korvs_f_cox_stuart_trends_test(int n_observations, float x[], .
     float* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_f_cox_stuart_trends_test",
-                     [&] { korvs::run_traced("S2PLC ", [&] { korvs::l_cox_stuart(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_f_cox_stuart_trends_test", "S2PLC ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_cox_stuart(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
@@ -282,9 +279,8 @@ KORVS_API double* korvs_d_cox_stuart_trends_test(int n_observations, double x[],
     double* r = nullptr;
     va_list ap;
     va_start(ap, x);
-    korvs::OptionList opt(&ap, 2);
-    korvs::run_frame("korvs_d_cox_stuart_trends_test",
-                     [&] { korvs::run_traced("S2PLC ", [&] { korvs::l_cox_stuart(n_observations, x, opt, &r); }); });
+    korvs::run_test("korvs_d_cox_stuart_trends_test", "S2PLC ", &ap, 2,
+                    [&](korvs::OptionList& opt) { korvs::l_cox_stuart(n_observations, x, opt, &r); });
     va_end(ap);
     return r;
 }
