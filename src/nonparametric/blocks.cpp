@@ -55,7 +55,7 @@ template <class T> void l_friedman(int b, int k, const T y[], OptionList& opt, T
     Output<T> sum_rank;
     T alpha = T(0.05);
     T* critical = nullptr;
-    walk_options(opt, false, [&](int code) {
+    walk_options(opt, kGoOn103, [&](int code) {
         switch (code) {
         case KORVS_ALPHA: alpha = opt.real<T>(); return true;
         case KORVS_CRITICAL_DIFFERENCE:
@@ -141,7 +141,7 @@ template <class T> void l_friedman(int b, int k, const T y[], OptionList& opt, T
 template <class T> void l_cochran(int n, int k, const T x[], OptionList& opt, T* result) {
     int col_dim = -1;
     T* q_out = nullptr;
-    walk_options(opt, true, [&](int code) {
+    walk_options(opt, kGoOn11001, [&](int code) {
         switch (code) {
         case KORVS_X_COL_DIM: col_dim = opt.integer(); return true;
         case KORVS_Q_STATISTIC: q_out = opt.user<T>("q_statistic", "KORVS_Q_STATISTIC"); return true;

@@ -64,7 +64,7 @@ template <class T> T kruskal_wallis_p(double h, int k, const int ni[], double n)
 template <class T> void l_kruskal_wallis(int k, const int ni[], const T y[], OptionList& opt, T** result) {
     TestArgs<T, T> a;
     a.result.set_plain(nullptr);
-    walk_options(opt, false, [&](int code) { return read_shared(opt, code, kOptFuzz | kOptReturnUser, a); });
+    walk_options(opt, kGoOn103, [&](int code) { return read_shared(opt, code, kOptFuzz | kOptReturnUser, a); });
     if (korvs_n1rty(0) > 0) return;
     if (k < 2) {
         korvs_e1sti(1, k);
@@ -128,7 +128,7 @@ template <class T> void l_kruskal_wallis(int k, const int ni[], const T y[], Opt
 template <class T> void l_k_trends(int k, const int ni[], const T y[], OptionList& opt, T** result) {
     TestArgs<T, T> a;
     a.result.set_plain(nullptr);
-    walk_options(opt, false, [&](int code) { return read_shared(opt, code, kOptReturnUser, a); });
+    walk_options(opt, kGoOn103, [&](int code) { return read_shared(opt, code, kOptReturnUser, a); });
     if (korvs_n1rty(0) > 0) return;
     if (k < 3) {
         korvs_e1sti(1, k);

@@ -96,17 +96,21 @@ template <class T, class S> bool read_shared(OptionList& opt, int code, unsigned
     return true;
 }
 
+// What a parser does with an unknown code: 11001 and return at once, 103 or 11001 and go
+// on with the next item read as a code (ending at a code below 1).
+enum UnknownCode { kReturn11001, kGoOn103, kGoOn11001 };
+
 // Walks an option list: own(code) reads a code of the routine's own and says whether it
-// knew it. An unknown code is 11001 and ends the walk (returning parsers) or 103 and the
-// walk goes on with the next item as a code.
-template <class Own> void walk_options(OptionList& opt, bool returns_on_unknown, Own own) {
+// knew it.
+template <class Own> void walk_options(OptionList& opt, UnknownCode unknown, Own own) {
     for (int code; (code = opt.code()) != 0;) {
         if (own(code)) continue;
-        if (returns_on_unknown) {
-            opt.unknown(code);
-            return;
+        if (unknown == kGoOn103) {
+            if (!opt.unknown_goes_on(code)) return;
+            continue;
         }
-        if (!opt.unknown_goes_on(code)) return;
+        opt.unknown(code);
+        if (unknown == kReturn11001 || code < 1) return;
     }
 }
 

@@ -69,7 +69,7 @@ template <class T> void rank_sums(int n, const T z[], const int label[], T fuzz,
 // l_r2ksm.
 template <class T> void l_rank_sum(int n1, const T x[], int n2, const T y[], OptionList& opt, T* result) {
     TestArgs<T, T> a;
-    walk_options(opt, true, [&](int code) { return read_shared(opt, code, kOptFuzz | kOptStat, a); });
+    walk_options(opt, kReturn11001, [&](int code) { return read_shared(opt, code, kOptFuzz | kOptStat, a); });
     if (korvs_n1rty(0) > 0) return;
     if (!a.fuzz_given && n1 >= 1 && n2 >= 1 && x && y) a.fuzz = default_fuzz(n1, x, n2, y);
     if (n1 < 1 || n2 < 1 || n1 + n2 < 3) {

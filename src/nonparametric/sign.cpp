@@ -17,7 +17,7 @@ namespace {
 template <class T> void l_sign_test(int n, const T x[], OptionList& opt, T* result) {
     T percentage = T(0.5), percentile = T(0);
     int *n_positive = nullptr, *n_zero = nullptr;
-    walk_options(opt, true, [&](int code) {
+    walk_options(opt, kReturn11001, [&](int code) {
         switch (code) {
         case KORVS_PERCENTAGE: percentage = opt.real<T>(); return true;
         case KORVS_PERCENTAGE_ADR: opt.real_at(percentage, "percentage", "KORVS_PERCENTAGE_ADR"); return true;
@@ -141,7 +141,7 @@ template <class T> void average_pass(int m2, const T v[], T fuzz, T s[]) {
 template <class T> void l_sign_rank(int n, const T x[], OptionList& opt, T** result) {
     TestArgs<T, T> a;
     a.result.set_plain(nullptr);
-    walk_options(opt, false, [&](int code) {
+    walk_options(opt, kGoOn103, [&](int code) {
         return read_shared(opt, code, kOptFuzz | kOptMissing | kOptStat | kOptReturnUser, a);
     });
     if (korvs_n1rty(0) > 0) return;

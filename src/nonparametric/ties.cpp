@@ -97,7 +97,7 @@ template <class T> bool tie_data_refused(int n, const T x[], T fuzz) {
 template <class T> void l_tie_statistics(int n, const T x[], OptionList& opt, T** result) {
     TestArgs<T, T> a;
     a.result.set_plain(nullptr);
-    walk_options(opt, false, [&](int code) { return read_shared(opt, code, kOptFuzz | kOptReturnUser, a); });
+    walk_options(opt, kGoOn103, [&](int code) { return read_shared(opt, code, kOptFuzz | kOptReturnUser, a); });
     if (korvs_n1rty(0) > 0) return;
     if (tie_data_refused(n, x, a.fuzz)) return;
     if (!a.result.allocate(Shape(4, "result"))) return;

@@ -30,7 +30,7 @@ template <class T> bool monotone(T a, T b, T c) { return (a < b && b < c) || (a 
 template <class T> void l_noether(int n, const T x[], OptionList& opt, T** result) {
     TestArgs<T, int> a;
     a.result.set_plain(nullptr);
-    walk_options(opt, false, [&](int code) {
+    walk_options(opt, kGoOn103, [&](int code) {
         return read_shared(opt, code, kOptFuzz | kOptMissing | kOptStat | kOptReturnUser, a);
     });
     if (korvs_n1rty(0) > 0) return;
@@ -181,7 +181,7 @@ template <class T> void l_cox_stuart(int n, const T x[], OptionList& opt, T** re
     a.result.set_plain(nullptr);
     int k = 1, mode = 0;
     bool dispersion = false;
-    walk_options(opt, false, [&](int code) {
+    walk_options(opt, kGoOn103, [&](int code) {
         if (code == KORVS_DISPERSION) {
             k = opt.integer();
             mode = opt.integer();

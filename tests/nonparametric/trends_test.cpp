@@ -79,6 +79,22 @@ TYPED_TEST(Trends, CoxStuartAgainstItsDefinition) {
     }
 }
 
+TYPED_TEST(Trends, MissingCountUnderEitherCodeAndTheCallersResultArray) {
+    using T = TypeParam;
+    std::vector<T> x = {4, NAN, 2, 6, 3, 8, NAN, 5, 9, 7, 10, NAN, 1};
+    int missing = -1, missing_alias = -1;
+    T out[8];
+    T* r = cox_stuart_trends_test<T>(13, x.data(), KORVS_N_MISSING, &missing, KORVS_RETURN_USER, out, 0);
+    EXPECT_EQ(r, out);
+    EXPECT_EQ(missing, 3);
+    T* s = cox_stuart_trends_test<T>(13, x.data(), 13440, &missing_alias, 0);
+    ASSERT_NE(s, nullptr);
+    EXPECT_EQ(missing_alias, 3);
+    for (int j = 0; j < 8; ++j)
+        EXPECT_EQ(s[j], out[j]) << j;
+    std::free(s);
+}
+
 TYPED_TEST(Trends, NoetherAllTiedLeavesElementZeroNaN) {
     using T = TypeParam;
     std::vector<T> x = {2, 2, 2, 2, 2, 2};
