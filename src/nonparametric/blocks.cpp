@@ -91,7 +91,8 @@ template <class T> void l_friedman(int b, int k, const T y[], OptionList& opt, T
         }
     }
     if (!a.stat.allocate(Shape(6, "stat")) || !sum_rank.allocate(Shape(k, "n_treatments"))) return;
-    Workspace<T> sorted(Shape(k, "n_treatments")), rank(Shape(k, "n_treatments"));
+    Workspace<T> sorted(Shape(k, "n_treatments"));
+    Workspace<double> rank(Shape(k, "n_treatments"));
     Workspace<int> perm(Shape(k, "n_treatments"));
     Workspace<double> sums(Shape(k, "n_treatments"));
     if (!sorted || !rank || !perm || !sums) return;
@@ -105,7 +106,7 @@ template <class T> void l_friedman(int b, int k, const T y[], OptionList& opt, T
         if (pairs > 0) korvs_ermes(3, 11123);
         for (int j = 0; j < k; ++j) {
             sums[j] += rank[j];
-            squares += static_cast<double>(rank[j]) * rank[j];
+            squares += rank[j] * rank[j];
         }
     }
     // B/b - b k (k + 1)^2/4 as the squared deviations of the rank sums from their mean

@@ -82,7 +82,8 @@ template <class T> void l_kruskal_wallis(int k, const int ni[], const T y[], Opt
         *result = a.result.release();
         return;
     }
-    Workspace<T> sorted(Shape(n, "n_observations")), rank(Shape(n, "n_observations"));
+    Workspace<T> sorted(Shape(n, "n_observations"));
+    Workspace<double> rank(Shape(n, "n_observations"));
     Workspace<int> perm(Shape(n, "n_observations"));
     if (!sorted || !rank || !perm) return;
     double pairs = 0, cubes = 0;

@@ -175,10 +175,11 @@ template <class T> int anchored_group_end(int n, const T v[], int i, T tol) {
 }
 
 // Average ranks of the values of x (n >= 1, no NaN) in rank[], ties anchored at a
-// group's first value within tol. sorted and perm are work arrays of n. Adds to the
+// group's first value within tol; in double for both twins, where a float would round
+// the half ranks beyond 2^23. sorted and perm are work arrays of n. Adds to the
 // sums over the tie groups of size t of t(t - 1) and of t(t - 1)(t + 1).
 template <class T>
-void average_ranks(int n, const T x[], T tol, T sorted[], int perm[], T rank[], double* ties_pairs,
+void average_ranks(int n, const T x[], T tol, T sorted[], int perm[], double rank[], double* ties_pairs,
                    double* ties_cubes);
 
 }  // namespace korvs

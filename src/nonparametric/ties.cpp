@@ -12,7 +12,7 @@
 namespace korvs {
 
 template <class T>
-void average_ranks(int n, const T x[], T tol, T sorted[], int perm[], T rank[], double* ties_pairs,
+void average_ranks(int n, const T x[], T tol, T sorted[], int perm[], double rank[], double* ties_pairs,
                    double* ties_cubes) {
     for (int i = 0; i < n; ++i) {
         sorted[i] = x[i];
@@ -23,7 +23,7 @@ void average_ranks(int n, const T x[], T tol, T sorted[], int perm[], T rank[], 
         const int e = anchored_group_end(n, sorted, i, tol);
         const double t = e - i;
         // Places i + 1 .. e, from 1: their mean.
-        const T r = static_cast<T>((static_cast<double>(i) + 1 + e) / 2);
+        const double r = (static_cast<double>(i) + 1 + e) / 2;
         for (int j = i; j < e; ++j)
             rank[perm[j] - 1] = r;
         if (t > 1) {
@@ -34,7 +34,7 @@ void average_ranks(int n, const T x[], T tol, T sorted[], int perm[], T rank[], 
     }
 }
 
-template void average_ranks(int, const float[], float, float[], int[], float[], double*, double*);
+template void average_ranks(int, const float[], float, float[], int[], double[], double*, double*);
 template void average_ranks(int, const double[], double, double[], int[], double[], double*, double*);
 
 namespace {
