@@ -29,6 +29,13 @@ KORVS_BEGIN_DECLS
 KORVS_API float *korvs_f_simple_statistics(int n_observations, int n_variables, float x[], ...) KORVS_NOEXCEPT;
 KORVS_API double *korvs_d_simple_statistics(int n_observations, int n_variables, double x[], ...) KORVS_NOEXCEPT;
 
+KORVS_API float *korvs_f_table_oneway(int n_observations, float x[], int n_intervals, ...) KORVS_NOEXCEPT;
+KORVS_API double *korvs_d_table_oneway(int n_observations, double x[], int n_intervals, ...) KORVS_NOEXCEPT;
+
+KORVS_API float *korvs_f_table_twoway(int n_observations, float x[], float y[], int nx, int ny, ...) KORVS_NOEXCEPT;
+KORVS_API double *korvs_d_table_twoway(int n_observations, double x[], double y[], int nx, int ny,
+                                       ...) KORVS_NOEXCEPT;
+
 KORVS_END_DECLS
 
 #endif
