@@ -36,6 +36,14 @@ KORVS_API float *korvs_f_table_twoway(int n_observations, float x[], float y[], 
 KORVS_API double *korvs_d_table_twoway(int n_observations, double x[], double y[], int nx, int ny,
                                        ...) KORVS_NOEXCEPT;
 
+KORVS_API float korvs_f_normal_one_sample(int n_observations, float x[], ...) KORVS_NOEXCEPT;
+KORVS_API double korvs_d_normal_one_sample(int n_observations, double x[], ...) KORVS_NOEXCEPT;
+
+KORVS_API float korvs_f_normal_two_sample(int n1_observations, float x1[], int n2_observations, float x2[],
+                                          ...) KORVS_NOEXCEPT;
+KORVS_API double korvs_d_normal_two_sample(int n1_observations, double x1[], int n2_observations, double x2[],
+                                           ...) KORVS_NOEXCEPT;
+
 KORVS_END_DECLS
 
 #endif
