@@ -8,9 +8,10 @@
 
 #include <cstdio>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
+
+#include "run_times.hpp"
 
 #ifdef KORVS_HAVE_GSL
 #include <gsl/gsl_errno.h>
@@ -83,17 +84,8 @@ void BM_wide_gsl(benchmark::State& state) { gsl_statistics(state, kWide); }
 #endif
 
 // The console report, then each task's times and korvstat's over GSL's.
-class Ratios : public benchmark::ConsoleReporter {
+class Ratios : public korvs_bench::RunTimes {
 public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
-            if (median || (run.run_type == Run::RT_Iteration && !medians_.count(run.run_name.str())))
-                times_[run.run_name.str()] = run.GetAdjustedCPUTime();
-            if (median) medians_.insert(run.run_name.str());
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
     void Finalize() override {
         ConsoleReporter::Finalize();
         std::printf("\n%-16s %12s %12s %12s %12s %12s\n", "ms", "korvs_d", "korvs_f", "GSL", "korvs_d/GSL",
@@ -107,14 +99,6 @@ public:
                 std::printf(" %12s %12s\n", "-", "-");
         }
     }
-
-private:
-    double time(const std::string& task, const std::string& who) const {
-        auto it = times_.find("BM_" + task + "_" + who);
-        return it == times_.end() ? 0 : it->second;  // in ms, the unit of every run
-    }
-    std::map<std::string, double> times_;
-    std::set<std::string> medians_;
 };
 
 }  // namespace

@@ -15,7 +15,7 @@ template <class T> bool WeightRows<T>::open(int n, const T* frequencies, const T
     freq_column_ = frequencies ? 1 : 0;
     weight_column_ = weights ? 2 : 0;
     if (!any()) return true;
-    if (!matrix_.allocate(Shape(2 * n, "n_observations"))) return false;
+    if (!matrix_.allocate(Shape(n, "n_observations", 2, "columns"))) return false;
     for (int i = 0; i < n; ++i) {
         matrix_[i] = frequencies ? frequencies[i] : T(1);
         matrix_[n + i] = weights ? weights[i] : T(1);
