@@ -19,8 +19,10 @@ M_2 / (count - 1), skewness M_3 / (count s^3) and kurtosis M_4 / (count s2^2) - 
 s2 = M_2 / count, the coefficient of variation sd / mean, the limits of the mean from the
 t quantile and those of the variance from the chi-squared quantiles at count - 1 degrees
 of freedom (found at 50 digits by mpmath from the regularised incomplete beta and gamma
-functions). A row of frequency 0 is left out, one of weight 0 counts and changes nothing
-else; a missing value (nan) drops its row (listwise) or its value (elementwise); a
+functions); the median of the values each repeated trunc(frequency) times, the median of
+their absolute deviations from it, and that over the normal 0.75 quantile. A row of
+frequency 0 is left out, one of weight 0 counts and changes nothing else (but counts in
+the median); a missing value (nan) drops its row (listwise) or its value (elementwise); a
 missing frequency or weight drops the row. Data are exact in single precision.
 
 describe_tables.csv: one- and two-way tallies whose data lie exactly on the edges of the
@@ -118,10 +120,16 @@ def chi_squared_quantile(p, df):
     return mp.findroot(lambda x: cdf(x) - p, (mp.mpf(0), 50 * df + 100), solver="illinois", maxsteps=500)
 
 
+def middle(values):
+    values = sorted(values)
+    m = len(values)
+    return values[m // 2] if m % 2 == 1 else (values[m // 2 - 1] + values[m // 2]) / 2
+
+
 def table_rows(columns, conf_mean, conf_var):
     """columns: for each variable the list of (f, w, x) of the rows it uses."""
     nvar = len(columns)
-    rows = [[NAN] * nvar for _ in range(14)]
+    rows = [[NAN] * nvar for _ in range(17)]
     for v, used in enumerate(columns):
         count = sum(f for f, w, x in used)
         weighted = [(f * w, x) for f, w, x in used if w > 0]
@@ -147,6 +155,11 @@ def table_rows(columns, conf_mean, conf_var):
         a = (1 - mp.mpf(conf_var) / 100) / 2
         rows[12][v] = df * to_mp(variance) / chi_squared_quantile(1 - a, df)
         rows[13][v] = df * to_mp(variance) / chi_squared_quantile(a, df)
+        repeated = [x for f, w, x in used for _ in range(math.trunc(f))]
+        median = middle(repeated)
+        mad = middle([abs(x - median) for x in repeated])
+        rows[14][v], rows[15][v] = median, mad
+        rows[16][v] = to_mp(mad) / (-mp.sqrt(2) * mp.erfinv(-mp.mpf(1) / 2))
     return rows
 
 

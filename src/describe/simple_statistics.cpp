@@ -1,13 +1,15 @@
 // korvs_f_simple_statistics: the table of univariate statistics per variable (mean,
 // variance, standard deviation, skewness, excess kurtosis, extremes, range, coefficient
 // of variation, count, confidence limits of the mean and the variance) from one pass of
-// l_u2sta over the row-major data, read where it stands.
+// l_u2sta over the row-major data, read where it stands; the medians and the median
+// absolute deviations from a sort of each variable's values.
 #include <cstdarg>
 
 #include "describe.hpp"
 #include "frame/checks.hpp"
 #include "frame/frame.hpp"
 #include "frame/options.hpp"
+#include "medians.hpp"
 #include "moments.hpp"
 
 namespace korvs {
@@ -88,6 +90,8 @@ template <class T> void l_simple_statistics(int n_observations, int n_variables,
         korvs_e1sti(1, sums.missing());
         korvs_ermes(6, a.elementwise ? 11288 : 11062);
     }
+    const MedianData<T> data{n_observations, n_variables, x, a.x_col_dim, a.frequencies, a.weights, a.elementwise};
+    if (a.median > 0 && !median_rows(data, a.median == 2, out.data(), out.col_dim())) return;
     *result = out.release();
 }
 

@@ -20,6 +20,8 @@ using namespace describe_test;
 using korvs_test::ErrorCase;
 using korvs_test::KorvsTest;
 
+constexpr int kRows = 14;
+
 class SimpleStatistics : public KorvsTest {};
 
 // A tolerance: relative to the value, with an absolute floor for values near 0 (the
@@ -33,9 +35,12 @@ struct Tier {
 // updates and the merge; the limits that of the quantiles besides.
 Tier double_tier(int row) {
     switch (row) {
-    case 0: case 5: case 6: case 7: case 9: return {4e-15, 1e-15};
+    case 0: case 5: case 6: case 7: case 9: case 14: case 15: return {4e-15, 1e-15};
     case 1: case 2: case 8: return {2e-14, 1e-15};
     case 3: case 4: return {1e-12, 1e-14};
+    // The robust scale divides by the normal 0.75 quantile, which the library forms by an
+    // approximation with seven-digit coefficients in both twins.
+    case 16: return {2e-7, 0};
     default: return {1e-13, 1e-15};
     }
 }
@@ -43,7 +48,7 @@ Tier double_tier(int row) {
 // The float twin against the double twin on the same single-precision numbers.
 Tier float_tier(int row) {
     switch (row) {
-    case 0: case 5: case 6: case 7: case 9: return {4 * FLT_EPSILON, 0};
+    case 0: case 5: case 6: case 7: case 9: case 14: case 15: return {4 * FLT_EPSILON, 0};
     case 1: case 2: case 8: return {64 * FLT_EPSILON, 0};
     case 3: case 4: return {1e-4, 32 * FLT_EPSILON};
     default: return {2e-4, 0};
@@ -87,13 +92,18 @@ std::vector<double> case_matrix(const SimpleCase& c, int* n) {
     return x;
 }
 
-template <class T> std::vector<T> run_case(const SimpleCase& c, std::vector<T> x, int n) {
-    const int nvar = int(c.columns.size());
-    std::vector<T> result(14 * nvar);
+// The case's table: 14 rows, or 17 with the median option given (KORVS_MEDIAN_AND_SCALE).
+template <class T> std::vector<T> run_case(const SimpleCase& c, std::vector<T> x, int n, int median = 0) {
+    const int nvar = int(c.columns.size()), rows = median == 0 ? kRows : 17;
+    std::vector<T> result(rows * nvar);
     const std::vector<T> before = x;
-    T* r = simple_statistics<T>(n, nvar, x.data(), KORVS_CONFIDENCE_MEANS, c.conf_mean, KORVS_CONFIDENCE_VARIANCES,
-                                c.conf_var, c.elementwise ? KORVS_MISSING_ELEMENTWISE : KORVS_MISSING_LISTWISE,
-                                KORVS_RETURN_USER, result.data(), 0);
+    const int missing = c.elementwise ? KORVS_MISSING_ELEMENTWISE : KORVS_MISSING_LISTWISE;
+    T* r = median == 0 ? simple_statistics<T>(n, nvar, x.data(), KORVS_CONFIDENCE_MEANS, c.conf_mean,
+                                              KORVS_CONFIDENCE_VARIANCES, c.conf_var, missing, KORVS_RETURN_USER,
+                                              result.data(), 0)
+                       : simple_statistics<T>(n, nvar, x.data(), KORVS_CONFIDENCE_MEANS, c.conf_mean,
+                                              KORVS_CONFIDENCE_VARIANCES, c.conf_var, missing, median,
+                                              KORVS_RETURN_USER, result.data(), 0);
     EXPECT_EQ(r, result.data()) << c.name;
     for (std::size_t i = 0; i < x.size(); ++i)  // the data are read where they stand
         EXPECT_TRUE(x[i] == before[i] || (std::isnan(x[i]) && std::isnan(before[i]))) << c.name << " x[" << i << "]";
@@ -101,7 +111,7 @@ template <class T> std::vector<T> run_case(const SimpleCase& c, std::vector<T> x
 }
 
 // Rows first_row to last_row of the double twin's table against R, case by case.
-void double_twin_against_r(int first_row, int last_row) {
+void double_twin_against_r(int first_row, int last_row, int median = 0) {
     const std::vector<SimpleCase> cases = simple_cases();
     ASSERT_EQ(cases.size(), 6u) << "tests/data/describe_simple_statistics.csv";
     for (const SimpleCase& c : cases) {
@@ -109,7 +119,7 @@ void double_twin_against_r(int first_row, int last_row) {
         const std::vector<double> x = case_matrix(c, &n);
         ASSERT_GT(n, 0) << "the classic data set " << c.data << " under " << KORVS_SHARED_DATA;
         korvs_test::raised.clear();
-        const std::vector<double> got = run_case<double>(c, x, n);
+        const std::vector<double> got = run_case<double>(c, x, n, median);
         const int nvar = int(c.columns.size());
         for (int row = first_row; row <= last_row; ++row) {
             const Tier tier = double_tier(row);
@@ -130,6 +140,20 @@ void double_twin_against_r(int first_row, int last_row) {
 
 TEST_F(SimpleStatistics, DoubleTwinAgreesWithROnClassicData) { double_twin_against_r(0, 9); }
 
+TEST_F(SimpleStatistics, DoubleTwinMediansAgreeWithR) {
+    double_twin_against_r(14, 16, KORVS_MEDIAN_AND_SCALE);
+    // The median rows come after the others, which stay as they are without them.
+    for (const SimpleCase& c : simple_cases()) {
+        int n = 0;
+        const std::vector<double> x = case_matrix(c, &n);
+        const std::vector<double> plain = run_case<double>(c, x, n), median = run_case<double>(c, x, n, KORVS_MEDIAN);
+        for (std::size_t k = 0; k < plain.size(); ++k)
+            EXPECT_TRUE(plain[k] == median[k] || (std::isnan(plain[k]) && std::isnan(median[k]))) << c.name << " " << k;
+        for (std::size_t v = 0; v < c.columns.size(); ++v)
+            EXPECT_EQ(median[plain.size() + v], c.rows[14][v]) << c.name;
+    }
+}
+
 // The limits of the mean and the variance hold the t and chi-squared quantiles to R's qt
 // and qchisq as well.
 TEST_F(SimpleStatistics, DoubleTwinLimitsAgreeWithR) {
@@ -141,10 +165,11 @@ TEST_F(SimpleStatistics, FloatTwinAgreesWithTheDoubleOnTheSameNumbers) {
     for (const SimpleCase& c : simple_cases()) {
         int n = 0;
         const std::vector<float> x = as<float>(case_matrix(c, &n));
-        const std::vector<float> got = run_case<float>(c, x, n);
-        const std::vector<double> reference = run_case<double>(c, std::vector<double>(x.begin(), x.end()), n);
+        const std::vector<float> got = run_case<float>(c, x, n, KORVS_MEDIAN_AND_SCALE);
+        const std::vector<double> reference =
+            run_case<double>(c, std::vector<double>(x.begin(), x.end()), n, KORVS_MEDIAN_AND_SCALE);
         const int nvar = int(c.columns.size());
-        for (int row = 0; row < 14; ++row)
+        for (int row = 0; row < 17; ++row)
             for (int v = 0; v < nvar; ++v)
                 EXPECT_TRUE(near(got[row * nvar + v], reference[row * nvar + v], float_tier(row).relative,
                                  float_tier(row).absolute))
@@ -193,9 +218,10 @@ namespace {
 // The float twin against exact values, on data exact in single precision.
 Tier float_exact_tier(int row) {
     switch (row) {
-    case 0: case 5: case 6: case 7: case 9: return {8 * FLT_EPSILON, 0};
+    case 0: case 5: case 6: case 7: case 9: case 14: case 15: return {8 * FLT_EPSILON, 0};
     case 1: case 2: case 8: return {128 * FLT_EPSILON, 0};
     case 3: case 4: return {1e-4, 32 * FLT_EPSILON};
+    case 16: return {4e-7, 0};
     default: return {4e-4, 0};
     }
 }
@@ -233,18 +259,21 @@ std::vector<WeightedCase> weighted_cases() {
     return cases;
 }
 
-// The case's call, with the options of the frequencies and the weights it has.
+// The case's call, with the options of the frequencies and the weights it has, and the
+// median rows: 17 rows.
 template <class T> T* weighted_call(const WeightedCase& c, T* x, T* f, T* w, T* result) {
     const int mode = c.mode == "elementwise" ? KORVS_MISSING_ELEMENTWISE : KORVS_MISSING_LISTWISE;
     if (f && w)
         return simple_statistics<T>(c.n, c.nvar, x, KORVS_FREQUENCIES, f, KORVS_WEIGHTS, w, KORVS_CONFIDENCE_MEANS,
-                                    c.conf_mean, KORVS_CONFIDENCE_VARIANCES, c.conf_var, mode, KORVS_RETURN_USER,
-                                    result, 0);
+                                    c.conf_mean, KORVS_CONFIDENCE_VARIANCES, c.conf_var, mode, KORVS_MEDIAN_AND_SCALE,
+                                    KORVS_RETURN_USER, result, 0);
     if (f)
         return simple_statistics<T>(c.n, c.nvar, x, KORVS_FREQUENCIES, f, KORVS_CONFIDENCE_MEANS, c.conf_mean,
-                                    KORVS_CONFIDENCE_VARIANCES, c.conf_var, mode, KORVS_RETURN_USER, result, 0);
+                                    KORVS_CONFIDENCE_VARIANCES, c.conf_var, mode, KORVS_MEDIAN_AND_SCALE,
+                                    KORVS_RETURN_USER, result, 0);
     return simple_statistics<T>(c.n, c.nvar, x, KORVS_WEIGHTS, w, KORVS_CONFIDENCE_MEANS, c.conf_mean,
-                                KORVS_CONFIDENCE_VARIANCES, c.conf_var, mode, KORVS_RETURN_USER, result, 0);
+                                KORVS_CONFIDENCE_VARIANCES, c.conf_var, mode, KORVS_MEDIAN_AND_SCALE,
+                                KORVS_RETURN_USER, result, 0);
 }
 
 class WeightedStatistics : public KorvsTest {
@@ -257,7 +286,7 @@ template <class T> void WeightedStatistics::against_fractions(Tier (*tier)(int),
     ASSERT_EQ(cases.size(), 6u) << "tests/data/describe_weighted.csv";
     for (const WeightedCase& c : cases) {
         std::vector<T> x = as<T>(c.x), f = as<T>(c.frequencies), w = as<T>(c.weights);
-        std::vector<T> result(14 * c.nvar);
+        std::vector<T> result(17 * c.nvar);
         korvs_test::raised.clear();
         T* got = weighted_call(c, x.data(), f.empty() ? nullptr : f.data(), w.empty() ? nullptr : w.data(),
                                result.data());
@@ -289,7 +318,9 @@ TEST_F(WeightedStatistics, LimitsAgainstFractionsDouble) {
     against_fractions<double>(double_tier, 10, 13);
 }
 
-TEST_F(WeightedStatistics, AgainstFractionsFloat) { against_fractions<float>(float_exact_tier, 0, 13); }
+TEST_F(WeightedStatistics, MediansAgainstFractionsDouble) { against_fractions<double>(double_tier, 14, 16); }
+
+TEST_F(WeightedStatistics, AgainstFractionsFloat) { against_fractions<float>(float_exact_tier, 0, 16); }
 
 }  // namespace
 
@@ -298,8 +329,6 @@ namespace {
 template <class T> class SimpleStatisticsEdges : public KorvsTest {};
 using Twins = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(SimpleStatisticsEdges, Twins);
-
-constexpr int kRows = 14;
 
 TYPED_TEST(SimpleStatisticsEdges, OneObservationLeavesOnlyTheLevelStatistics) {
     using T = TypeParam;
@@ -400,6 +429,22 @@ TYPED_TEST(SimpleStatisticsEdges, AVariableDoesNotDependOnItsNeighbours) {
         }
         for (int k = 0; k < kRows * nvar; ++k) EXPECT_EQ(weighted[k], all[k]) << "element " << k;
     }
+}
+
+// Medians of a variable with no value left (all missing, elementwise) and of one of a
+// single value; the other variable as usual.
+TYPED_TEST(SimpleStatisticsEdges, MediansWithoutValues) {
+    using T = TypeParam;
+    T x[8] = {NAN, 4, NAN, 1, NAN, 2, NAN, 8};
+    T r[15 * 2];
+    ASSERT_EQ(simple_statistics<T>(4, 2, x, KORVS_MISSING_ELEMENTWISE, KORVS_MEDIAN, KORVS_RETURN_USER, r, 0), r);
+    EXPECT_TRUE(std::isnan(r[14 * 2]));
+    EXPECT_EQ(r[14 * 2 + 1], T(3));
+    T one[2] = {5, 6}, s[17 * 2];
+    ASSERT_EQ(simple_statistics<T>(1, 2, one, KORVS_MEDIAN_AND_SCALE, KORVS_RETURN_USER, s, 0), s);
+    EXPECT_EQ(s[14 * 2], T(5));
+    EXPECT_EQ(s[15 * 2 + 1], T(0));
+    EXPECT_EQ(s[16 * 2 + 1], T(0));
 }
 
 TYPED_TEST(SimpleStatisticsEdges, ZeroWeights) {
