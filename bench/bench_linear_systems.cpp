@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "dense.hpp"
+#include "peers.hpp"
 #include "run_times.hpp"
 #include "kernels/linear_systems.hpp"
 
 #ifdef KORVS_HAVE_GSL
-#include <gsl/gsl_errno.h>
 #include <gsl/gsl_linalg.h>
 #endif
 
@@ -176,13 +176,6 @@ BENCHMARK(BM_lu_solve_gsl)->Unit(benchmark::kMillisecond);
 #endif
 
 int main(int argc, char** argv) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-#ifdef KORVS_HAVE_GSL
-    gsl_set_error_handler_off();
-#endif
-    benchmark::Initialize(&argc, argv);
     Ratios reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return korvs_bench::run_with(argc, argv, reporter);
 }
