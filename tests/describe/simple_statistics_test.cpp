@@ -447,6 +447,19 @@ TYPED_TEST(SimpleStatisticsEdges, MediansWithoutValues) {
     EXPECT_EQ(s[16 * 2 + 1], T(0));
 }
 
+// Frequencies whose repeated values no sort can take are refused as out of memory before
+// any is gathered; the moments alone take them.
+TYPED_TEST(SimpleStatisticsEdges, MediansOfTooManyValues) {
+    using T = TypeParam;
+    T x[2] = {1, 2}, f[2] = {T(3e9), T(1)}, r[15];
+    this->clear();
+    EXPECT_EQ(simple_statistics<T>(2, 1, x, KORVS_FREQUENCIES, f, KORVS_MEDIAN, KORVS_RETURN_USER, r, 0), nullptr);
+    EXPECT_TRUE(this->only_raised(5, 200));
+    this->clear();
+    EXPECT_EQ(simple_statistics<T>(2, 1, x, KORVS_FREQUENCIES, f, KORVS_RETURN_USER, r, 0), r);
+    EXPECT_TRUE(this->errors().empty());
+}
+
 TYPED_TEST(SimpleStatisticsEdges, ZeroWeights) {
     using T = TypeParam;
     T x[8] = {1, 1, 2, 2, NAN, 3, NAN, 4};
