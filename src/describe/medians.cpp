@@ -18,31 +18,35 @@ namespace {
 // The most values of one variable that the sort takes.
 constexpr long long kMostValues = INT_MAX;
 
-// The values of variable v that the median takes: by row, the value repeated trunc(f)
-// times, where neither the frequency nor the weight is missing (nor, listwise, any value
-// of the row; elementwise, the variable's own). With `out` null only counts them.
-template <class T>
-long long gather(const MedianData<T>& d, int v, T* out) {
+// The number of times each row's values repeat: trunc(frequency), or 0 for a row that
+// the median leaves out (a missing frequency or weight; listwise, a missing value in
+// any variable). One scan of the rows, so that a wide table is not rescanned for each
+// variable. False when a repeat count passes what a sort takes (it is not converted).
+template <class T> bool row_repeats(const MedianData<T>& d, int* repeats) {
+    for (int i = 0; i < d.n; ++i) {
+        const T f = d.frequencies ? d.frequencies[i] : T(1);
+        const T w = d.weights ? d.weights[i] : T(1);
+        bool missing = std::isnan(f) || std::isnan(w);
+        const T* row = d.x + static_cast<std::ptrdiff_t>(i) * d.ldx;
+        for (int u = 0; u < d.nvar && !d.elementwise && !missing; ++u) missing = std::isnan(row[u]);
+        const T r = std::trunc(f);
+        if (!missing && !(r < T(kMostValues))) return false;  // T(INT_MAX) may round up
+        repeats[i] = missing ? 0 : static_cast<int>(r);
+    }
+    return true;
+}
+
+// The values of variable v that the median takes, each repeated by its row's count,
+// into out (null: only counted). A count past what a sort takes ends the count there.
+template <class T> long long gather(const MedianData<T>& d, const int* repeats, int v, T* out) {
     long long m = 0;
     for (int i = 0; i < d.n; ++i) {
-        const T* row = d.x + static_cast<std::ptrdiff_t>(i) * d.ldx;
-        T f = T(1), w = T(1);
-        if (d.frequencies) f = d.frequencies[i];
-        if (d.weights) w = d.weights[i];
-        if (std::isnan(f) || std::isnan(w) || std::isnan(row[v])) continue;
-        if (!d.elementwise) {
-            bool missing = false;
-            for (int u = 0; u < d.nvar && !missing; ++u) missing = std::isnan(row[u]);
-            if (missing) continue;
-        }
-        // A frequency past what a sort takes ends the count (the caller refuses it) before
-        // it is converted, so no conversion overflows and no loop runs for ever.
-        const T repeats = std::trunc(f);
-        if (repeats > T(kMostValues - m)) return kMostValues + 1;
-        for (long long r = 0; r < static_cast<long long>(repeats); ++r) {
-            if (out) out[m] = row[v];
-            ++m;
-        }
+        const T value = d.x[static_cast<std::ptrdiff_t>(i) * d.ldx + v];
+        if (repeats[i] == 0 || std::isnan(value)) continue;
+        if (repeats[i] > kMostValues - m) return kMostValues + 1;
+        if (out)
+            for (int r = 0; r < repeats[i]; ++r) out[m + r] = value;
+        m += repeats[i];
     }
     return m;
 }
@@ -58,13 +62,17 @@ template <class T> T middle(const T* sorted, long long m) {
 }  // namespace
 
 template <class T> bool median_rows(const MedianData<T>& d, bool scale, T* stat, int ldstat) {
+    Workspace<int> repeats(Shape(d.n, "n_observations"));
+    if (!repeats) return false;
     long long largest = 0;
-    for (int v = 0; v < d.nvar; ++v) {
-        const long long m = gather(d, v, static_cast<T*>(nullptr));
+    bool fits = row_repeats(d, repeats.get());
+    for (int v = 0; v < d.nvar && fits; ++v) {
+        const long long m = gather(d, repeats.get(), v, static_cast<T*>(nullptr));
         if (m > largest) largest = m;
+        fits = largest <= kMostValues;
     }
     // More values than a sort takes: no memory for them.
-    if (largest > kMostValues) {
+    if (!fits) {
         korvs_ermes(5, 200);
         return false;
     }
@@ -74,7 +82,7 @@ template <class T> bool median_rows(const MedianData<T>& d, bool scale, T* stat,
     const T z75 = scale ? stat::normal_inverse_cdf(T(0.75)) : T(1);
     for (int v = 0; v < d.nvar; ++v) {
         T* values = work.get();
-        const int m = static_cast<int>(gather(d, v, values));
+        const int m = static_cast<int>(gather(d, repeats.get(), v, values));
         if (m > 0) svrgn(m, values, values);
         const T median = middle(values, m);
         at(kMedianRow, v) = median;

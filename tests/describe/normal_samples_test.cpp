@@ -41,25 +41,20 @@ std::vector<double> sample(const std::string& data, const std::string& column, c
 std::vector<SampleCase> sample_cases() {
     std::vector<SampleCase> cases;
     for (const Fields& f : read_lines("describe_normal_samples.csv")) {
-        if (f[0] == "one") {
+        if (f[0] == "one" || f[0] == "two") {
             SampleCase c;
+            c.two = f[0] == "two";
             c.name = f[1];
             c.x1 = sample(f[2], f[3], f[4], f[5]);
-            c.mu0 = number(f[6]);
-            c.sigma0 = number(f[7]);
-            c.conf_mean = number(f[8]);
-            c.conf_var = number(f[9]);
-            cases.push_back(c);
-        } else if (f[0] == "two") {
-            SampleCase c;
-            c.two = true;
-            c.name = f[1];
-            c.x1 = sample(f[2], f[3], f[4], f[5]);
-            c.x2 = sample(f[2], f[6], f[7], f[8]);
-            c.mu0 = number(f[9]);
-            c.sigma0 = number(f[10]);
-            c.conf_mean = number(f[11]);
-            c.conf_var = number(f[12]);
+            std::size_t k = 6;  // the first field after the samples
+            if (c.two) {
+                c.x2 = sample(f[2], f[6], f[7], f[8]);
+                k = 9;
+            }
+            c.mu0 = number(f[k]);
+            c.sigma0 = number(f[k + 1]);
+            c.conf_mean = number(f[k + 2]);
+            c.conf_var = number(f[k + 3]);
             cases.push_back(c);
         } else if (f[0] == "value") {
             cases.back().values[f[2]] = number(f[3]);
