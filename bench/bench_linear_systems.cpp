@@ -9,16 +9,15 @@
 #include <korvstat.h>
 
 #include <cstdio>
-#include <map>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "dense.hpp"
+#include "peers.hpp"
+#include "run_times.hpp"
 #include "kernels/linear_systems.hpp"
 
 #ifdef KORVS_HAVE_GSL
-#include <gsl/gsl_errno.h>
 #include <gsl/gsl_linalg.h>
 #endif
 
@@ -143,17 +142,8 @@ void BM_lu_solve_gsl(benchmark::State& state) {
 #endif
 
 // The console report, then for each task korvstat's time and each peer's with the ratio.
-class Ratios : public benchmark::ConsoleReporter {
+class Ratios : public korvs_bench::RunTimes {
 public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
-            if (median || (run.run_type == Run::RT_Iteration && !medians_.count(run.run_name.str())))
-                times_[run.run_name.str()] = run.GetAdjustedCPUTime();
-            if (median) medians_.insert(run.run_name.str());
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
     void Finalize() override {
         ConsoleReporter::Finalize();
         std::printf("\n%-12s %12s %12s %12s %14s %14s\n", "500 x 500", "korvstat", "LAPACK", "GSL", "korvs/LAPACK",
@@ -170,14 +160,6 @@ public:
             std::printf("   (ms)\n");
         }
     }
-
-private:
-    double time(const std::string& task, const std::string& who) const {
-        auto it = times_.find("BM_" + task + "_" + who);
-        return it == times_.end() ? 0 : it->second;  // in ms, the unit of every run
-    }
-    std::map<std::string, double> times_;
-    std::set<std::string> medians_;
 };
 
 }  // namespace
@@ -194,13 +176,6 @@ BENCHMARK(BM_lu_solve_gsl)->Unit(benchmark::kMillisecond);
 #endif
 
 int main(int argc, char** argv) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
-#ifdef KORVS_HAVE_GSL
-    gsl_set_error_handler_off();
-#endif
-    benchmark::Initialize(&argc, argv);
     Ratios reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return korvs_bench::run_with(argc, argv, reporter);
 }

@@ -8,14 +8,14 @@
 
 #include <cstdio>
 #include <initializer_list>
-#include <map>
-#include <set>
 #include <string>
 #include <vector>
 
 #ifdef KORVS_HAVE_GSL
 #include <gsl/gsl_errno.h>
 #endif
+
+#include "run_times.hpp"
 
 namespace korvs_bench {
 
@@ -45,22 +45,9 @@ template <class T, class F> void run(benchmark::State& state, const std::vector<
 
 // The console report, and then, for each function name, the time per call of
 // BM_<name>_korvs_f, _korvs_d, _gsl and _rmath and each twin's over the faster peer's.
-class RatioReporter : public benchmark::ConsoleReporter {
+class RatioReporter : public RunTimes {
 public:
     explicit RatioReporter(std::initializer_list<const char*> names) : names_(names) {}
-
-    void ReportRuns(const std::vector<Run>& runs) override {
-        // One run, or the median of repetitions (--benchmark_repetitions) where there are.
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !medians_.count(run.run_name.str()))
-                times_[run.run_name.str()] = run.GetAdjustedCPUTime();
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-                times_[run.run_name.str()] = run.GetAdjustedCPUTime();
-                medians_.insert(run.run_name.str());
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
 
     void Finalize() override {
         ConsoleReporter::Finalize();
@@ -79,13 +66,8 @@ public:
     }
 
 private:
-    double per_call(const std::string& name, const std::string& who) const {
-        auto it = times_.find("BM_" + name + "_" + who);
-        return it == times_.end() ? 0 : it->second / kPoints;
-    }
+    double per_call(const std::string& name, const std::string& who) const { return time(name, who) / kPoints; }
     std::vector<const char*> names_;
-    std::map<std::string, double> times_;
-    std::set<std::string> medians_;
 };
 
 // The benchmarks' main: signal trapping and GSL's error handler off, the runs through
