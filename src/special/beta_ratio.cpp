@@ -251,25 +251,6 @@ Tails beta_ratios(double a, double b, double x, double y) {
         if (lambda < 0) swap();
         if (b0 < 40 && b0 * x0 <= 0.7) {
             w = power_series(a0, b0, x0, y0);
-        } else if (b0 < 0) {
-            // I_x(a, b) = I_x(a, b - n) + (I_y(b - n, a) - I_y(b, a)), b - n in (0, 1].
-            int n = static_cast<int>(b0);
-            double bf = b0 - n;
-            if (bf == 0) {
-                --n;
-                bf = 1;
-            }
-            w = raise_a(bf, a0, y0, x0, n);
-            if (x0 <= 0.7) {
-                w += power_series(a0, bf, x0, y0);
-            } else {
-                double a1 = a0;
-                if (a1 <= 15) {
-                    w += raise_a(a1, bf, x0, y0, 20);
-                    a1 += 20;
-                }
-                w += large_a_expansion(a1, bf, x0, y0, w);
-            }
         } else {
             w = continued_fraction(a0, b0, x0, y0, lambda < 0 ? -lambda : lambda);
         }

@@ -244,11 +244,15 @@ double log_normal_lower(double z) {
 
 NormalLog normal_log(double z) {
     if (z < 0) {
-        const double e = erfc_scaled(-0.7071067811865476 * z);
-        return {-0.5 * z * z + std::log(0.5 * e), 0.7978845608028654 / e};
+        const double e = erfc_scaled(-0.7071067811865476 * z), r = 0.7978845608028654 / e;
+        // z + r cancels as z falls (r = -z - 1/z + ...): there the asymptotic series of
+        // the bend, 1 - 1/z^2 + 6/z^4, off by 1e-14 beyond -64 and free of the cancellation.
+        const double e2 = 1 / (z * z);
+        return {-0.5 * z * z + std::log(0.5 * e), r, z < -64 ? 1 - e2 + 6 * e2 * e2 : r * (z + r)};
     }
     const double d = exp_minus_half_square(z), upper = 0.5 * d * erfc_scaled(0.7071067811865476 * z);
-    return {std::log1p(-upper), 0.3989422804014327 * d / (1 - upper)};
+    const double r = 0.3989422804014327 * d / (1 - upper);
+    return {std::log1p(-upper), r, r * (z + r)};
 }
 
 float erfc_quiet(float x) { return erfc_quiet_value(x); }

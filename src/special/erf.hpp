@@ -33,7 +33,8 @@ double log_normal_lower(double z);
 // the log-concave integrands of the non-central t and the bivariate normal need both.
 struct NormalLog {
     double log_phi;  // ln Phi(z)
-    double ratio;    // phi(z)/Phi(z)
+    double ratio;    // phi(z)/Phi(z), the slope of ln Phi
+    double bend;     // ratio (z + ratio) in (0, 1), minus its curvature
 };
 NormalLog normal_log(double z);
 
