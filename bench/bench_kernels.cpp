@@ -4,8 +4,9 @@
 #include <korvstat.h>
 
 #include <cstddef>
-#include <random>
 #include <vector>
+
+#include "dense.hpp"
 
 #ifdef KORVS_HAVE_REFBLAS
 extern "C" {
@@ -21,13 +22,8 @@ namespace {
 
 constexpr int kN = 500;
 
-std::vector<double> random(std::size_t n, unsigned seed) {
-    std::mt19937 gen(seed);
-    std::uniform_real_distribution<double> u(-1.0, 1.0);
-    std::vector<double> v(n);
-    for (double& e : v) e = u(gen);
-    return v;
-}
+using korvs_bench::flops;
+using korvs_bench::random;
 
 struct Operands {
     std::vector<double> a = random(std::size_t(kN) * kN, 1), b = random(std::size_t(kN) * kN, 2);
@@ -35,10 +31,6 @@ struct Operands {
     int n = kN, one = 1;
     double alpha = 1.5, beta = 0.5;
 };
-
-void flops(benchmark::State& state, double per_call) {
-    state.counters["GFLOPS"] = benchmark::Counter(per_call * 1e-9, benchmark::Counter::kIsIterationInvariantRate);
-}
 
 void BM_korvs_dgemm(benchmark::State& state) {
     Operands o;

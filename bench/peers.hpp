@@ -88,17 +88,23 @@ private:
     std::set<std::string> medians_;
 };
 
-// The benchmarks' main: signal trapping and GSL's error handler off, the runs, the table.
-inline int run_with_ratios(int argc, char** argv, std::initializer_list<const char*> names) {
+// The benchmarks' main: signal trapping and GSL's error handler off, the runs through
+// the reporter that prints them.
+inline int run_with(int argc, char** argv, benchmark::BenchmarkReporter& reporter) {
     korvs_error_options(KORVS_SET_SIGNAL_TRAPPING_OFF, 0);
 #ifdef KORVS_HAVE_GSL
     gsl_set_error_handler_off();
 #endif
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter(names);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;
+}
+
+// The same with the table of ratios for the named functions.
+inline int run_with_ratios(int argc, char** argv, std::initializer_list<const char*> names) {
+    RatioReporter reporter(names);
+    return run_with(argc, argv, reporter);
 }
 
 }  // namespace korvs_bench

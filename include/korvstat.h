@@ -13,9 +13,12 @@
 #include "korvstat/distributions.h"
 #include "korvstat/errors.h"
 #include "korvstat/kernels.h"
+#include "korvstat/linear_systems.h"
 #include "korvstat/machine.h"
 #include "korvstat/options.h"
 #include "korvstat/output.h"
+#include "korvstat/random.h"
+#include "korvstat/sort.h"
 #include "korvstat/special.h"
 
 #endif

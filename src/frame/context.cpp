@@ -1,8 +1,6 @@
-// Creation, defaults and release of the per-thread context, and the first-thread rule:
-// with signal trapping on, the library serves one thread only.
+// Creation, defaults and release of the per-thread context. Every thread that calls
+// gets its own, with its own jump buffers, so threads need no rule among themselves.
 #include "context.hpp"
-
-#include <pthread.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -12,9 +10,7 @@
 
 namespace korvs {
 
-Context* first_context = nullptr;
-std::atomic<int> trapping{1};
-std::atomic<int> threads_with_trapping{0};
+std::atomic<int> trapping{2};  // on, the handlers still to be installed
 std::atomic<Hook> error_hook{nullptr};
 constinit thread_local Context* tls_context [[gnu::tls_model("initial-exec")]] = nullptr;
 
@@ -22,7 +18,6 @@ namespace {
 
 int context_key = 0;
 int context_once = 0;
-pthread_mutex_t creation_lock = PTHREAD_MUTEX_INITIALIZER;
 
 const char* const kTypeNames[kTypes] = {"INTERNAL",          "NOTE    ",        "ALERT   ",
                                         "WARNING ",          "FATAL   ",        "TERMINAL",
@@ -87,13 +82,6 @@ Context* create_context() {
     }
     auto* c = static_cast<Context*>(std::malloc(sizeof(Context)));
     if (!c) context_out_of_memory();
-    pthread_mutex_lock(&creation_lock);
-    if (!first_context) {
-        first_context = c;
-    } else if (trapping.load(std::memory_order_relaxed)) {
-        threads_with_trapping.store(1, std::memory_order_relaxed);
-    }
-    pthread_mutex_unlock(&creation_lock);
     context_init(c);
     // After the library was unloaded no key is left; the context then lives in this
     // thread's cached pointer alone, for whatever calls the process still makes.

@@ -3,13 +3,13 @@
 #pragma once
 
 #include <atomic>
-#include <csetjmp>
 #include <cstdio>
+
+#include "jump.hpp"
 
 namespace korvs {
 
 constexpr int kTraceDepth = 200;
-constexpr int kJumpDepth = 100;
 constexpr int kTypes = 9;
 
 struct TraceEntry {
@@ -19,19 +19,22 @@ struct TraceEntry {
     const char* name;        // the routine's name, a string of static lifetime
 };
 
+
 using Printer = void (*)(int type, int code, const char* routine, char* text);
 using Hook = void (*)(int type, int code, const char* text);
 
 struct Context {
-    int jump_depth;
-    int signal_seen;
+    int jump_depth;   // live jump buffers: the thread's depth of trapped frames
+    int signal_seen;  // a trapped signal has abandoned routines above the frame
     int insert_int[10];
     double insert_real[10];
     double insert_complex[10][2];
     const char* insert_string[10];
     char* error_path;  // search path of the message file, a copy owned by the context
     char* error_file;  // name of the message file
-    sigjmp_buf jump_buffers[kJumpDepth];
+    // One buffer per trace entry: a trapped frame stands on an entry of its own, so the
+    // trace stack runs out (and ends the process) before the buffers can.
+    JumpBuffer jump_buffers[kTraceDepth];
     int last_type[2];
     int last_code[2];
     char* message;      // expanded text of the pending message; always a valid string
@@ -60,9 +63,7 @@ struct Context {
 
 // Process-wide words of the frame, read without a lock. Relaxed atomics: a plain load
 // on the machine, and no data race for a thread that reads while another writes.
-extern Context* first_context;
-extern std::atomic<int> trapping;
-extern std::atomic<int> threads_with_trapping;
+extern std::atomic<int> trapping;  // the signal-trap switch (frame.hpp), on at load
 extern std::atomic<Hook> error_hook;
 
 Context* create_context();

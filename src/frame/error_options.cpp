@@ -1,7 +1,5 @@
 // Settings of the error runtime: korvs_error_options walks its list of codes, and
 // korvs_e1pos reads or sets the Print and Stop switches of a type.
-#include <pthread.h>
-
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -15,8 +13,6 @@
 namespace korvs {
 namespace {
 
-pthread_mutex_t options_lock = PTHREAD_MUTEX_INITIALIZER;
-
 // Types 1 to 7 may be read and set; another type raises 132 and the option is skipped.
 // The second insert is 5, not 7, as the message has always printed it.
 bool settable_type(int type) {
@@ -27,13 +23,6 @@ bool settable_type(int type) {
     korvs_e1stl(1, "type");
     korvs_ermes(5, 132);
     return false;
-}
-
-void set_trapping(int value) {
-    if (trapping.load(std::memory_order_relaxed) == value) return;
-    pthread_mutex_lock(&options_lock);
-    trapping.store(value, std::memory_order_relaxed);
-    pthread_mutex_unlock(&options_lock);
 }
 
 char* copy_text(const char* text) {
@@ -90,9 +79,11 @@ void l_error_options(OptionList& opt) {
         case KORVS_SET_PRINT: write_switch(opt, c->print_flag); break;
         case KORVS_SET_STOP: write_switch(opt, c->stop_flag); break;
         case KORVS_SET_TRACEBACK: write_switch(opt, c->trace_flag); break;
-        case KORVS_SET_SIGNAL_TRAPPING_ON: set_trapping(1); break;
-        case KORVS_SET_SIGNAL_TRAPPING_OFF: set_trapping(0); break;
-        case KORVS_SET_SIGNAL_TRAPPING: set_trapping(opt.integer()); break;
+        // Every write of the switch acts, also when it holds the value already: "on"
+        // puts the handlers back over any that the program has installed since.
+        case KORVS_SET_SIGNAL_TRAPPING_ON: set_signal_trapping(1); break;
+        case KORVS_SET_SIGNAL_TRAPPING_OFF: set_signal_trapping(0); break;
+        case KORVS_SET_SIGNAL_TRAPPING: set_signal_trapping(opt.integer()); break;
         case KORVS_GET_PRINT_TYPE:
             if (int* out = opt.pointer<int>()) *out = c->print_mode;
             break;

@@ -65,8 +65,6 @@ void push_overflow(Context*) {
     terminate();
 }
 
-void raise_second_thread() { korvs_ermes(4, 499); }
-
 void pop_full(Context* c, const char* name) {
     TraceEntry* base = &c->trace[0];
     if (c->signal_seen) {

@@ -10,7 +10,6 @@
 namespace korvs {
 
 [[noreturn]] void push_overflow(Context* c);
-void raise_second_thread();
 void pop_full(Context* c, const char* name);
 
 inline void push(Context* c, const char* name) {
@@ -21,8 +20,6 @@ inline void push(Context* c, const char* name) {
     *++c->trace_top = TraceEntry{0, 0, 0, name};
     c->last_type[0] = c->last_type[1] = 0;
     c->last_code[0] = c->last_code[1] = 0;
-    if (threads_with_trapping.load(std::memory_order_relaxed)) [[unlikely]]
-        raise_second_thread();
 }
 
 inline void pop(Context* c, const char* name) {

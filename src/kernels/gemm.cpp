@@ -22,30 +22,45 @@ template <class T> struct OpB {
     T operator()(int l, int j) const { return transposed ? b[j + l * ldb] : b[l + j * ldb]; }
 };
 
-// A block of C of 2 vectors of rows by kColumns columns, over the l-slice [l0, l1) of
-// a plain A. The accumulators stay in registers across the slice.
-template <class T>
-void tile(int l0, int l1, T alpha, const T* a, std::ptrdiff_t lda, const OpB<T>& b, int j, T* c, std::ptrdiff_t ldc) {
+// The columns j .. j+kColumns-1 of alpha op(B) over the l-slice [l0, l1), each product
+// rounded as the plain loop rounds it, laid out by l so that the tile reads them in order.
+template <class T> void pack_b(int l0, int l1, int j, T alpha, const OpB<T>& b, T* packed) {
+    for (int l = l0; l < l1; ++l)
+        for (int q = 0; q < kColumns; ++q) *packed++ = alpha * b(l, j + q);
+}
+
+// A block of C of 2 vectors of rows by kColumns columns, over kc steps of a plain A and
+// the packed B. The accumulators stay in registers across the slice.
+template <class T> void tile(int kc, const T* a, std::ptrdiff_t lda, const T* packed, T* c, std::ptrdiff_t ldc) {
     using V = typename Simd<T>::type;
     constexpr int w = Simd<T>::lanes;
-    V acc[kColumns][2];
-    for (int q = 0; q < kColumns; ++q) {
-        acc[q][0] = load(c + q * ldc);
-        acc[q][1] = load(c + q * ldc + w);
+    static_assert(kColumns == 4, "the tile names its accumulators");
+    T *c0 = c, *c1 = c0 + ldc, *c2 = c1 + ldc, *c3 = c2 + ldc;
+    V x00 = load(c0), x01 = load(c0 + w), x10 = load(c1), x11 = load(c1 + w);
+    V x20 = load(c2), x21 = load(c2 + w), x30 = load(c3), x31 = load(c3 + w);
+    for (int l = 0; l < kc; ++l, a += lda, packed += kColumns) {
+        const V a0 = load(a), a1 = load(a + w);
+        V t = broadcast(packed[0]);
+        x00 += t * a0;
+        x01 += t * a1;
+        t = broadcast(packed[1]);
+        x10 += t * a0;
+        x11 += t * a1;
+        t = broadcast(packed[2]);
+        x20 += t * a0;
+        x21 += t * a1;
+        t = broadcast(packed[3]);
+        x30 += t * a0;
+        x31 += t * a1;
     }
-    for (int l = l0; l < l1; ++l) {
-        const T* column = a + l * lda;
-        V a0 = load(column), a1 = load(column + w);
-        for (int q = 0; q < kColumns; ++q) {
-            V t = broadcast<T>(alpha * b(l, j + q));
-            acc[q][0] += t * a0;
-            acc[q][1] += t * a1;
-        }
-    }
-    for (int q = 0; q < kColumns; ++q) {
-        store(c + q * ldc, acc[q][0]);
-        store(c + q * ldc + w, acc[q][1]);
-    }
+    store(c0, x00);
+    store(c0 + w, x01);
+    store(c1, x10);
+    store(c1 + w, x11);
+    store(c2, x20);
+    store(c2 + w, x21);
+    store(c3, x30);
+    store(c3 + w, x31);
 }
 
 // The same work for any block, one element at a time, in the same order.
@@ -66,14 +81,18 @@ template <class T>
 void update_plain_a(int m, int n, int k, T alpha, const T* a, std::ptrdiff_t lda, const OpB<T>& b, T* c,
                     std::ptrdiff_t ldc) {
     constexpr int rows = 2 * Simd<T>::lanes;
+    T packed[kBlockL * kColumns];
     for (int l0 = 0; l0 < k; l0 += kBlockL) {
         int l1 = l0 + kBlockL < k ? l0 + kBlockL : k;
+        const T* slice = a + l0 * lda;
         for (int i0 = 0; i0 < m; i0 += kBlockI) {
             int i1 = i0 + kBlockI < m ? i0 + kBlockI : m;
             int full_i = i0 + (i1 - i0) / rows * rows;
             int j = 0;
             for (; j + kColumns <= n; j += kColumns) {
-                for (int i = i0; i < full_i; i += rows) tile(l0, l1, alpha, a + i, lda, b, j, c + i + j * ldc, ldc);
+                pack_b(l0, l1, j, alpha, b, packed);
+                for (int i = i0; i < full_i; i += rows)
+                    tile(l1 - l0, slice + i, lda, packed, c + i + j * ldc, ldc);
                 if (full_i < i1) edge(l0, l1, full_i, i1, j, j + kColumns, alpha, a, lda, b, c, ldc);
             }
             if (j < n) edge(l0, l1, i0, i1, j, n, alpha, a, lda, b, c, ldc);

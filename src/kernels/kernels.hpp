@@ -35,7 +35,7 @@ template <class T> T dot(int n, const T x[], int incx, const T y[], int incy);  
 template <class T> void vcal(int n, T factor, const T x[], int incx, T y[], int incy);      // korvs_svcal
 template <class T> T xyz(int n, const T x[], int incx, const T y[], int incy, const T z[], int incz);  // korvs_sxyz
 
-template <class T> T nrm2(int n, const T x[]);                                              // korvs_snrm2
+template <class T> T nrm2(int n, const T x[], int inc = 1);                                 // korvs_snrm2
 template <class T> T asum(int n, const T x[], int inc);                                     // korvs_sasum
 template <class T> int iamax(int n, const T x[], int inc);                                  // korvs_isamax
 template <class T> T adot(int n, const T x[], int incx, const T y[], int incy);             // korvs_sadot

@@ -10,10 +10,10 @@
 namespace korvs {
 namespace {
 
-template <class T> T scaled_norm(int n, const T x[], T c) {
+template <class T> T scaled_norm(int n, const T x[], std::ptrdiff_t inc, T c) {
     T s = T(0);
     for (int i = 0; i < n; ++i) {
-        T v = c * x[i];
+        T v = c * x[i * inc];
         s += v * v;
     }
     return std::sqrt(s) / c;
@@ -22,20 +22,23 @@ template <class T> T scaled_norm(int n, const T x[], T c) {
 }  // namespace
 
 // The plain sum of squares unless the sum of absolute values says it would underflow
-// or overflow; then the elements are scaled into the safe range first.
-template <class T> T nrm2(int n, const T x[]) {
+// or overflow; then the elements are scaled into the safe range first. The elements are
+// x[0], x[inc], ...: the exported routine has unit increment, a row of a column-major
+// matrix has the leading dimension.
+template <class T> T nrm2(int n, const T x[], int inc) {
     if (n < 1) return T(0);
     const T tiny = mach<T>::tiny, huge = mach<T>::huge, eps = mach<T>::eps;
+    const std::ptrdiff_t step = inc;
     T s = T(0);
-    for (int i = 0; i < n; ++i) s += std::fabs(x[i]);
+    for (int i = 0; i < n; ++i) s += std::fabs(x[i * step]);
     const T low = std::sqrt(tiny / eps);
-    if (s < low) return scaled_norm(n, x, T(1) / (low * eps));
+    if (s < low) return scaled_norm(n, x, step, T(1) / (low * eps));
     if (s <= std::sqrt(huge * eps)) {
         T q = T(0);
-        for (int i = 0; i < n; ++i) q += x[i] * x[i];
+        for (int i = 0; i < n; ++i) q += x[i * step] * x[i * step];
         return std::sqrt(q);
     }
-    return scaled_norm(n, x, (std::sqrt(tiny) / eps) / std::sqrt(huge));
+    return scaled_norm(n, x, step, (std::sqrt(tiny) / eps) / std::sqrt(huge));
 }
 
 template <class T> T asum(int n, const T x[], int inc) {
@@ -74,8 +77,8 @@ template <class T> T adot(int n, const T x[], int incx, const T y[], int incy) {
     return static_cast<T>(s);
 }
 
-template float nrm2(int, const float[]);
-template double nrm2(int, const double[]);
+template float nrm2(int, const float[], int);
+template double nrm2(int, const double[], int);
 template float asum(int, const float[], int);
 template double asum(int, const double[], int);
 template int iamax(int, const float[], int);

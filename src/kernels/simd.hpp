@@ -23,9 +23,12 @@ template <class T> inline typename Simd<T>::type load(const T* p) {
     return v;
 }
 template <class T> inline void store(T* p, typename Simd<T>::type v) { std::memcpy(p, &v, sizeof v); }
+// Every lane s; lane by lane rather than as a sum with 0, which would turn -0 into +0
+// and cost an addition.
 template <class T> inline typename Simd<T>::type broadcast(T s) {
-    typename Simd<T>::type v = {};
-    return v + s;
+    typename Simd<T>::type v;
+    for (int k = 0; k < Simd<T>::lanes; ++k) v[k] = s;
+    return v;
 }
 
 }  // namespace korvs

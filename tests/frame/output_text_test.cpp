@@ -242,13 +242,13 @@ TEST_F(PrintedText, PagingWithFormFeeds) {
 TEST_F(PrintedText, LinesAndScalars) {
     UnitCapture out(2);
     korvs_wrtrl("hello\n\nworld is long", 5);
-    korvs_wrtrl("", 10);  // an empty text is one empty line, a final newline opens none
+    korvs_wrtrl("", 10);  // an empty text is one empty line (no blank), a final newline opens none
     korvs_wrtrl("a\n", 10);
     korvs_wrtrl(std::string(255, 'x').c_str(), 100);  // the longest text
     korvs_wrrrs("x", 1.5f);
     korvs_dwrrrs("d", 0.125);
     korvs_wrirs("n", 42);
-    EXPECT_EQ(out.text(), "hello\n \nworld\n is l\nong\n \na\n" + std::string(100, 'x') + "\n" +
+    EXPECT_EQ(out.text(), "hello\n\nworld\n is l\nong\n\na\n" + std::string(100, 'x') + "\n" +
                               std::string(100, 'x') + "\n" + std::string(55, 'x') + "\n \n" + sp(6) + "x\n" +
                               sp(10) + "1.5\n \n" + sp(6) + "d\n" + sp(8) + "0.125\n \n" + sp(6) + "n\n" +
                               sp(11) + "42\n");
@@ -256,7 +256,7 @@ TEST_F(PrintedText, LinesAndScalars) {
     korvs_page(-2, &length);
     korvs_write_options(KORVS_SET_PAGING, &paging);
     UnitCapture page(2);
-    korvs_wrtrl("one\ntwo\nthree", 78);
+    korvs_wrtrl("one\n\nthree", 78);  // the empty line counts on the page
     EXPECT_EQ(line_count(), 1);
     EXPECT_TRUE(errors().empty());
     expect_errors({
@@ -266,7 +266,7 @@ TEST_F(PrintedText, LinesAndScalars) {
         {"null title", [] { korvs_wrrrs(nullptr, 1.0f); }, 5, 150, "%(l1)", "title"},
         {"page too narrow", [] { set_page(10, 60), korvs_wrirs("n", 1); }, 5, 10009},
     });
-    EXPECT_EQ(page.text(), "one\ntwo\n\fthree\n");  // nothing more, not even the empty line
+    EXPECT_EQ(page.text(), "one\n\n\fthree\n");  // nothing more, not even the empty line
 }
 
 }  // namespace

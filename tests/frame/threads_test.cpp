@@ -1,5 +1,6 @@
-// Threads: the first-thread rule with signal trapping on, and error state of its own in
-// every thread with trapping off.
+// Threads: with signal trapping on (the default) or off, every calling thread has its own
+// error state, switches, units and output settings, and computes bit for bit what one
+// thread alone computes.
 #include <gtest/gtest.h>
 #include <korvstat.h>
 
@@ -13,51 +14,53 @@
 
 namespace {
 
-void call_in_a_thread() {
-    std::thread([] { korvs_f_machine(1); }).join();
+// Values of a few scalar routines of both twins over their ranges.
+std::vector<double> compute() {
+    std::vector<double> out;
+    for (int i = 1; i < 120; ++i)
+        out.insert(out.end(), {korvs_d_normal_cdf(i / 8.0 - 9), korvs_f_normal_cdf(i / 8.0f - 9),
+                               korvs_d_log_gamma(i / 3.0 + 0.125), korvs_f_log_gamma(i / 3.0f + 0.125f),
+                               korvs_d_erfc(i / 12.0 - 2)});
+    return out;
 }
 
-// A thread that never called does not count; a later one counts after the first has ended.
-// Once a second thread has called, every call fails with 499, in the first thread too.
-// korvs_e1pos has no frame in its good case: the second thread turns its Stop switches off unharmed.
-TEST(FirstThreadRuleDeathTest, ASecondThreadWithTrappingOnEndsTheProcess) {
-    EXPECT_EXIT(
-        {
-            korvs_f_machine(1);
-            std::thread([] {}).join();
-            korvs_f_machine(1);
-            call_in_a_thread();
-            std::exit(0);
-        },
-        ::testing::ExitedWithCode(4),
-        "^\n\\*\\*\\* FATAL    Error SECOND_THREAD from korvs_f_machine\\.  A second thread\n"
-        "\\*\\*\\*          called the library while signal trapping is on\\. Turn trapping\n"
-        "\\*\\*\\*          off with KORVS_SET_SIGNAL_TRAPPING_OFF before a second thread\n"
-        "\\*\\*\\*          makes its first call\\.\n\n$");
-    EXPECT_EXIT(
-        {
-            call_in_a_thread();
-            korvs_f_machine(1);
-            std::exit(0);
-        },
-        ::testing::ExitedWithCode(4), "FATAL    Error SECOND_THREAD from korvs_f_machine");
-    EXPECT_EXIT(
-        {
-            korvs_test::quiet();
-            std::thread([] {
-                int print = -1, stop = 0;
-                korvs_e1pos(0, &print, &stop);
-            }).join();
-            float r = korvs_f_machine(4);
-            std::exit(korvs_error_code() == 499 && korvs_n1rty(1) == 4 && r == 0.0f ? 42 : 1);
-        },
-        ::testing::ExitedWithCode(42), "");
+std::atomic<int> errors_seen{0};
+void count_errors(int type, int code, const char*) {
+    if (type != 0 || code != 0) ++errors_seen;
 }
+
+// With the defaults, threads come and go and call as they like: a thread that calls
+// first and ends, the main thread, then waves of threads together. No call fails (a
+// FATAL error would end the process by default) and every thread computes the same.
+TEST(Threads, WithTheDefaultsAnyNumberOfThreadsCall) {
+    korvs_set_at_checksum(count_errors);
+    std::vector<double> alone;
+    std::thread([&] { alone = compute(); }).join();
+    std::thread([] {}).join();  // a thread that never calls
+    EXPECT_EQ(compute(), alone);
+    std::atomic<int> mismatches{0};
+    for (int wave = 0; wave < 3; ++wave) {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 6; ++t)
+            threads.emplace_back([&] {
+                if (compute() != alone || korvs_error_code() != 0) ++mismatches;
+            });
+        for (auto& th : threads)
+            th.join();
+    }
+    EXPECT_EQ(mismatches.load(), 0);
+    EXPECT_EQ(errors_seen.load(), 0);
+    EXPECT_EQ(korvs_error_code(), 0);
+}
+
+class PerThread : public ::testing::TestWithParam<int> {};
 
 // Several threads raise and read errors and print tables at once; none sees another's
-// error state, switches, units or output settings, and every table stays whole.
-TEST(PerThread, ErrorStateSwitchesUnitsAndOutputAreIndependent) {
-    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING, 0, 0);  // the switch by value
+// error state, switches, units or output settings, every table stays whole, and each
+// thread's results are the single thread's.
+TEST_P(PerThread, ErrorStateSwitchesUnitsAndOutputAreIndependent) {
+    korvs_error_options(KORVS_SET_SIGNAL_TRAPPING, GetParam(), 0);  // the switch by value
+    const std::vector<double> alone = compute();
     FILE *mine = std::tmpfile(), *shared = std::tmpfile();
     korvs_umach(-2, &mine);
     int narrow = 40;
@@ -65,7 +68,7 @@ TEST(PerThread, ErrorStateSwitchesUnitsAndOutputAreIndependent) {
     std::atomic<int> mismatches{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 6; ++t)
-        threads.emplace_back([t, shared, &mismatches] {
+        threads.emplace_back([t, shared, &mismatches, &alone] {
             FILE* unit = nullptr;
             int width = 0;
             korvs_umach(2, &unit);
@@ -86,6 +89,7 @@ TEST(PerThread, ErrorStateSwitchesUnitsAndOutputAreIndependent) {
                 }
                 if (korvs_f_machine(4) != korvs_amach(4) || korvs_error_code() != 0) ++mismatches;
                 if (round % 5 == 0) korvs_i_write_matrix("", 20, 1, marks.data(), KORVS_NO_ROW_LABELS, 0);
+                if (round % 400 == 0 && compute() != alone) ++mismatches;
             }
         });
     for (auto& th : threads)
@@ -107,5 +111,10 @@ TEST(PerThread, ErrorStateSwitchesUnitsAndOutputAreIndependent) {
     std::fclose(mine);
     std::fclose(shared);
 }
+
+INSTANTIATE_TEST_SUITE_P(Trapping, PerThread, ::testing::Values(0, 1),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                             return std::string(info.param ? "On" : "Off");
+                         });
 
 }  // namespace

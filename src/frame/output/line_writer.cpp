@@ -44,19 +44,14 @@ void put(LineSink* sink, const char* bytes, std::size_t n) {
     }
 }
 
-}  // namespace
-
-void print_line(int length, const char* text) {
-    if (length == 0 || length < -1) return;
+// A line of `length` characters (0: an empty line), counted on the page: the bytes of
+// "%*.*s\n" with width and precision both `length`, the text cut to that length and
+// padded with blanks on the left.
+void write_line(int length, const char* text) {
     WriteSettings* s = write_settings();
     PageSettings* page = page_settings();
     LineSink* sink = line_sink();
     if (!s || !page || !sink) return;
-    if (length == -1) {
-        put(sink, "\f", 1);
-        if (s->paging >= 0) s->paging = 0;
-        return;
-    }
     if (s->paging >= 0) {
         if (s->paging >= page->length) {
             put(sink, "\f", 1);
@@ -64,8 +59,6 @@ void print_line(int length, const char* text) {
         }
         ++s->paging;
     }
-    // The bytes of "%*.*s\n" with width and precision both `length`: the text cut to
-    // that length and padded with blanks on the left.
     std::size_t n = text ? strnlen(text, static_cast<std::size_t>(length)) : 0;
     static const char blanks[] = "                                ";
     constexpr std::size_t kBlanks = sizeof blanks - 1;
@@ -76,6 +69,21 @@ void print_line(int length, const char* text) {
     }
     if (n > 0) put(sink, text, n);
     put(sink, "\n", 1);
+}
+
+}  // namespace
+
+void print_line(int length, const char* text) {
+    if (length == 0 || length < -1) return;
+    if (length > 0) {
+        write_line(length, text);
+        return;
+    }
+    WriteSettings* s = write_settings();
+    LineSink* sink = line_sink();
+    if (!s || !sink) return;
+    put(sink, "\f", 1);
+    if (s->paging >= 0) s->paging = 0;
 }
 
 char* take_string(LineSink* sink) {
@@ -113,7 +121,7 @@ void l_wrtrl(const char* text, int width) {
     for (;;) {
         const char* end = std::strchr(p, '\n');
         int n = static_cast<int>(end ? end - p : std::strlen(p));
-        if (n == 0) print_line(1, " ");
+        if (n == 0) write_line(0, "");  // an empty piece: an empty line
         for (int offset = 0; offset < n; offset += width)
             print_line(n - offset < width ? n - offset : width, p + offset);
         // A newline ends a line; it does not open one at the end of the text.
