@@ -42,7 +42,8 @@ struct ChiIntegrand {
     double c, log_c;
 
     ChiIntegrand(double t_, double df_, double delta_)
-        : t(t_), df(df_), delta(delta_), base(0.5 * std::log(df_ / 3.141592653589793) - stirling_error(df_ / 2)) {
+        : t(t_), df(df_), delta(delta_),
+          base(0.5 * std::log(df_ / 3.141592653589793) - stirling_error(df_ / 2)) {
         // The sign of the slope at s = 1/2: (df - 1)/s - df s + t phi(z)/Phi(z).
         near_one = (df - 1) / 0.5 - df * 0.5 + t * normal_log(0.5 * t - delta).ratio >= 0;
         c = near_one ? 1 : std::fmax(1, std::abs(t));
@@ -61,7 +62,8 @@ struct ChiIntegrand {
         // d/dw of (df - 1) ln s - df s^2/2: (df - 1)/(s c) - df s/c.
         const double power = df == 1 ? 0 : (df - 1) / (near_one ? s : w);
         return LogPoint{log_g(s, u, near_one ? std::log1p(u) : std::log(w) - log_c) + n.log_phi,
-                        power - df * s / c + k * n.ratio, -power / (near_one ? s : w) - df / c / c - k * k * n.bend};
+                        power - df * s / c + k * n.ratio,
+                        -power / (near_one ? s : w) - df / c / c - k * k * n.bend};
     }
     // A start for the maximum: with ln Phi(z) taken as -z^2/2 it is the root of
     // (df - 1)/s - df s - t (t s - delta) = 0, in the variable (in r = 1/t where |t| > 1).
@@ -161,13 +163,17 @@ template <class T> void l_tnin(T p, int df, T delta, T* result) {
         insert_real(3, delta);
     };
     const double start = std::asinh(double(api::normal_inverse_cdf(p)) + d);
-    const double y = find_quantile([&](double v) { return tail.at(t_of(v)); }, 0.0, start, mach<double>::minus_inf,
-                                   codes, inserts, 0.0, pd);
+    // Beyond the widest y, h is taken as -1 below and 1 above: a step of h there that the
+    // search finds as it finds a root, and that the check below tells from one.
+    auto h = [&](double v) { return v <= -y_max ? -1.0 : v >= y_max ? 1.0 : tail.at(t_of(v)); };
+    const double y = find_quantile(h, 0.0, start, mach<double>::minus_inf, codes, inserts, 0.0, pd);
     if (korvs_n1rty(0) > 3 || std::isnan(y)) return;
     double t = t_of(y);
-    if (std::abs(y) >= y_max) {
-        // The root lies beyond the numbers only if the tail there is still above g.
-        if (tail.at(t) < 0) t = y > 0 ? mach<double>::inf : mach<double>::minus_inf;
+    if (std::abs(y) >= y_max * (1 - 0x1p-40)) {
+        // The root lies beyond the numbers where h at the end is still on the root's side
+        // of 0: above 0 at the lower end, below it at the upper.
+        const double end = tail.at(t_of(y > 0 ? y_max : -y_max));
+        if (y > 0 ? end < 0 : end > 0) t = y > 0 ? mach<double>::inf : mach<double>::minus_inf;
     } else if (std::abs(t) > 4) {
         const double h0 = tail.at(t), t1 = t * (1 + 0x1p-26), h1 = tail.at(t1);
         if (h0 != 0 && h1 != h0) {

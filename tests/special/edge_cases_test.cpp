@@ -334,6 +334,13 @@ std::vector<Case> cases() {
         NEAR(non_central_t_cdf<T>(0.5, INT_MAX, 1), normal_cdf<T>(-0.5), PICK(2 * EPS, 1e-9)),
         NEAR(non_central_t_inv_cdf<T>(0.3, 100000000, 1), 1 - std::sqrt(2.0) * erfc_inverse<double>(0.6),
              PICK(4 * EPS, 1e-8)),
+        // Far tails: with df = 1 and delta = 0 the Cauchy quantile -cot(pi p) (within the
+        // goal of 1e-13: the tail near 1e-300 carries the rounding of its exponent of 690);
+        // with delta = -10 the lower tail is 8/|t| far out (sqrt(2/pi) E(Z + delta)^-),
+        // beyond the largest number at p = 2e-38 (float) and 1e-308: infinite with FATAL 9008.
+        NEAR(non_central_t_inv_cdf<T>(PICK(1e-30, 1e-300), 1, 0) * (M_PI * double(T(PICK(1e-30, 1e-300)))), -1,
+             PICK(4 * EPS, 1e-13)),
+        EDGE(non_central_t_inv_cdf<T>(PICK(2e-38, 1e-308), 1, -10), -INF, 4, 9008),
         EDGE(non_central_t_inv_cdf<T>(0, 3, 1), NAN, 5, 9043),
         EDGE(non_central_t_inv_cdf<T>(1.5, 3, 1), NAN, 5, 9043),
         EDGE(non_central_t_inv_cdf<T>(0.5, 0, 1), NAN, 5, 11021),
