@@ -10,6 +10,7 @@
 #define KORVSTAT_H
 
 #include "korvstat/common.h"
+#include "korvstat/categorical.h"
 #include "korvstat/distributions.h"
 #include "korvstat/errors.h"
 #include "korvstat/kernels.h"
