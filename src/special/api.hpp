@@ -7,6 +7,9 @@
 
 namespace korvs::api {
 
+inline float erfc(float x) { return korvs_f_erfc(x); }
+inline double erfc(double x) { return korvs_d_erfc(x); }
+
 inline float normal_cdf(float x) { return korvs_f_normal_cdf(x); }
 inline double normal_cdf(double x) { return korvs_d_normal_cdf(x); }
 
