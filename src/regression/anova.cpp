@@ -98,14 +98,10 @@ template <class T> RegressionInfo<T>* allocate_info(int n_parameters, int interc
     return info;
 }
 
-template <class T> bool info_readable(const RegressionInfo<T>* info) {
+template <class T> bool same_twin(int element_size, const char* name) {
     int checks = 0;
     const int size = static_cast<int>(sizeof(T));
-    check_range(info->element_size, "regression_info->element_size", size, size, &checks);
-    if (korvs_n1rty(0) > 3) return false;
-    check_range(info->n_parameters, "regression_info->n_parameters", 1, -1, &checks);
-    if (korvs_n1rty(0) > 3) return false;
-    check_range(info->intercept, "regression_info->intercept", 0, 1, &checks);
+    check_range(element_size, name, size, size, &checks);
     return korvs_n1rty(0) <= 3;
 }
 
@@ -115,7 +111,7 @@ template void rcovb(int, const float[], int, float, float[], int, float[]);
 template void rcovb(int, const double[], int, double, double[], int, double[]);
 template RegressionInfo<float>* allocate_info(int, int, int);
 template RegressionInfo<double>* allocate_info(int, int, int);
-template bool info_readable(const RegressionInfo<float>*);
-template bool info_readable(const RegressionInfo<double>*);
+template bool same_twin<float>(int, const char*);
+template bool same_twin<double>(int, const char*);
 
 }  // namespace korvs

@@ -29,10 +29,8 @@ template <class T> struct PredictionArgs {
     int x_col_dim = -1;
     const T* y = nullptr;
     int y_col_dim = -1;
-    bool indices = false;
-    const int* independent = nullptr;
-    const int* dependent = nullptr;
-    int frequency_column = -1, weight_column = -1, y_index = 0;
+    ColumnIndices columns;
+    int y_index = 0;
     int index_y = 0;
 };
 
@@ -69,22 +67,13 @@ constexpr LimitOption kLimits[3] = {
 template <class T> bool read_item(OptionList& opt, PredictionArgs<T>& a, int code) {
     for (const ItemOption& o : kItems) {
         if (code != o.plain && code != o.user) continue;
-        if (code == o.user) {
-            a.item[o.which].set_user(opt.user<T>(o.name, o.option));
-        } else {
-            a.item[o.which].set_plain(opt.pointer<T*>());
-        }
+        read_output(opt, a.item[o.which], code == o.user, o.name, o.option);
         return true;
     }
     for (int l = 0; l < 3; ++l) {
         if (code != kLimits[l].plain && code != kLimits[l].user) continue;
-        for (int side = 0; side < 2; ++side) {
-            if (code == kLimits[l].user) {
-                a.limits[l][side].set_user(opt.user<T>(kLimits[l].name, kLimits[l].option));
-            } else {
-                a.limits[l][side].set_plain(opt.pointer<T*>());
-            }
-        }
+        for (int side = 0; side < 2; ++side)
+            read_output(opt, a.limits[l][side], code == kLimits[l].user, kLimits[l].name, kLimits[l].option);
         return true;
     }
     return false;
@@ -102,11 +91,7 @@ template <class T> bool read_options(OptionList& opt, PredictionArgs<T>& a) {
         case KORVS_Y: a.y = opt.user<T>("y", "KORVS_Y"); break;
         case KORVS_Y_COL_DIM: a.y_col_dim = opt.integer(); break;
         case KORVS_X_INDICES:
-            a.indices = true;
-            a.independent = opt.pointer<const int>();
-            a.dependent = opt.pointer<const int>();
-            a.frequency_column = opt.integer();
-            a.weight_column = opt.integer();
+            a.columns.read(opt);
             a.y_index = opt.integer();
             break;
         case KORVS_INDEX_Y: a.index_y = opt.integer(); break;
@@ -172,7 +157,7 @@ template <class T, class M> bool prediction_arguments(const M& model, int n_pred
     if (korvs_n1rty(0) > 3 || null_array(x, "x")) return false;
     const int m = model.n_independent();
     if (a.x_col_dim == -1) a.x_col_dim = m;
-    if (!a.indices && a.x_col_dim < m) {
+    if (!a.columns.given && a.x_col_dim < m) {
         korvs_e1sti(1, a.x_col_dim);
         korvs_e1stl(1, "x_col_dim");
         korvs_e1sti(2, m);
@@ -180,30 +165,30 @@ template <class T, class M> bool prediction_arguments(const M& model, int n_pred
         korvs_ermes(5, 600);
         return false;
     }
-    if (a.y && a.indices) {
+    if (a.y && a.columns.given) {
         korvs_ermes(5, 20697);
         return false;
     }
     for (const ItemOption& o : kItems) {
         if (!o.needs_y || !a.item[o.which].wanted()) continue;
-        if (a.indices ? a.dependent != nullptr : a.y != nullptr) continue;
+        if (a.columns.given ? a.columns.dependent != nullptr : a.y != nullptr) continue;
         korvs_e1stl(1, o.option);
-        korvs_ermes(5, a.indices ? 20696 : 20220);
+        korvs_ermes(5, a.columns.given ? 20696 : 20220);
         return false;
     }
-    if (!a.indices && (a.index_y < 0 || a.index_y >= model.n_dependent())) {
+    if (!a.columns.given && (a.index_y < 0 || a.index_y >= model.n_dependent())) {
         korvs_e1sti(1, a.index_y);
         korvs_e1sti(2, model.n_dependent() - 1);
         korvs_ermes(5, 20694);
         return false;
     }
-    if (a.indices && (a.y_index < 0 || a.y_index >= model.n_dependent())) {
+    if (a.columns.given && (a.y_index < 0 || a.y_index >= model.n_dependent())) {
         korvs_e1sti(1, a.y_index);
         korvs_e1sti(2, model.n_dependent() - 1);
         korvs_ermes(5, 20695);
         return false;
     }
-    if (a.indices && m > 0 && null_array(a.independent, "independent_indices")) return false;
+    if (a.columns.given && m > 0 && null_array(a.columns.independent, "independent_indices")) return false;
     if (a.y && !settle_col_dim(a.y_col_dim, model.n_dependent(), "y")) return false;
     if (!(a.confidence >= T(0))) {
         check_nonnegative(a.confidence, "confidence", &checks);
@@ -218,7 +203,7 @@ template <class T, class M> bool prediction_arguments(const M& model, int n_pred
 }
 
 template <class T, class M> void l_prediction(const M& model, int n_predict, const T* x, PredictionArgs<T>& a, T** result) {
-    const int m = model.n_independent(), k = a.indices ? a.y_index : a.index_y;
+    const int m = model.n_independent(), k = a.columns.given ? a.y_index : a.index_y;
     for (Output<T>& o : a.item)
         if (!o.allocate(Shape(n_predict, "n_predict"))) return;
     for (auto& pair : a.limits)
@@ -237,14 +222,14 @@ template <class T, class M> void l_prediction(const M& model, int n_predict, con
     T out[kCaseItems + 2];
     for (int i = 0; i < n_predict; ++i) {
         const T* xr = x + static_cast<std::ptrdiff_t>(i) * a.x_col_dim;
-        for (int j = 0; j < m; ++j) v[j] = a.indices ? xr[a.independent[j]] : xr[j];
+        for (int j = 0; j < m; ++j) v[j] = a.columns.given ? xr[a.columns.independent[j]] : xr[j];
         Case<T> c{i, mach<T>::nan, mach<T>::nan, mach<T>::nan, T(1), T(1)};
         bool missing = false;
         for (int j = 0; j < m; ++j) missing = missing || std::isnan(v[j]);
         if (!missing) model.predict(v, z, &c.yhat, &c.leverage);
-        if (a.indices) {
-            if (a.dependent) c.y = xr[a.dependent[k]];
-            if (a.weight_column >= 0) c.w = xr[a.weight_column];
+        if (a.columns.given) {
+            if (a.columns.dependent) c.y = xr[a.columns.dependent[k]];
+            if (a.columns.weight_column >= 0) c.w = xr[a.columns.weight_column];
         } else {
             if (a.y) c.y = a.y[static_cast<std::ptrdiff_t>(i) * a.y_col_dim + k];
             if (a.weights) c.w = a.weights[i];
@@ -272,10 +257,7 @@ void l_regression_prediction(const RegressionInfo<T>* info, int n_predict, const
     a.result.set_plain(nullptr);
     if (!read_options(opt, a)) return;
     if (null_array(info, "regression_info")) return;
-    int checks = 0;
-    const int size = static_cast<int>(sizeof(T));
-    check_range(info->element_size, "regression_info->element_size", size, size, &checks);
-    if (korvs_n1rty(0) > 3) return;
+    if (!same_twin<T>(info->element_size, "regression_info->element_size")) return;
     if (info->intercept != 0 && info->intercept != 1) {
         korvs_e1sti(1, info->intercept);
         korvs_ermes(5, 20300);
@@ -288,7 +270,7 @@ void l_regression_prediction(const RegressionInfo<T>* info, int n_predict, const
     }
     LinearModel<T> model{info, 0, nullptr};
     if (!prediction_arguments(model, n_predict, x, a)) return;
-    model.k = a.indices ? a.y_index : a.index_y;
+    model.k = a.columns.given ? a.y_index : a.index_y;
     const int p = info->n_parameters;
     Workspace<T> rinv(Shape(p, "n_parameters", p, "n_parameters"));
     if (!rinv) return;
@@ -306,9 +288,8 @@ template <class T> void l_poly_prediction(const PolyInfo<T>* info, int n_predict
     a.result.set_plain(nullptr);
     if (!read_options(opt, a)) return;
     if (null_array(info, "poly_info")) return;
+    if (!same_twin<T>(info->element_size, "poly_info->element_size")) return;
     int checks = 0;
-    const int size = static_cast<int>(sizeof(T));
-    check_range(info->element_size, "poly_info->element_size", size, size, &checks);
     check_range(info->degree, "poly_info->degree", 0, -1, &checks);
     if (korvs_n1rty(0) > 3) return;
     for (int i = 1; i <= info->degree + 1; ++i) {

@@ -31,31 +31,20 @@ template <class T> struct RegressionArgs {
     int* n_rows_missing = nullptr;
     int ido = 0;
     bool removing = false;
-    bool indices = false;
-    const int* independent = nullptr;
-    const int* dependent = nullptr;
-    int frequency_column = -1, weight_column = -1;
+    ColumnIndices columns;
     int n_dependent = 1;
 };
-
-template <class T> void output(OptionList& opt, Output<T>& out, bool user, const char* name, const char* option) {
-    if (user) {
-        out.set_user(opt.user<T>(name, option));
-    } else {
-        out.set_plain(opt.pointer<T*>());
-    }
-}
 
 template <class T> bool read_options(OptionList& opt, RegressionArgs<T>& a) {
     for (int code; (code = opt.code()) != 0;) {
         switch (code) {
         case KORVS_ANOVA_TABLE:
         case KORVS_ANOVA_TABLE_USER:
-            output(opt, a.anova, code == KORVS_ANOVA_TABLE_USER, "anova_table", "KORVS_ANOVA_TABLE_USER");
+            read_output(opt, a.anova, code == KORVS_ANOVA_TABLE_USER, "anova_table", "KORVS_ANOVA_TABLE_USER");
             break;
         case KORVS_COEF_COVARIANCES:
         case KORVS_COEF_COVARIANCES_USER:
-            output(opt, a.coef_cov, code == KORVS_COEF_COVARIANCES_USER, "coef_covariances",
+            read_output(opt, a.coef_cov, code == KORVS_COEF_COVARIANCES_USER, "coef_covariances",
                    "KORVS_COEF_COVARIANCES_USER");
             break;
         case KORVS_COEF_COVARIANCES_COL_DIM: a.coef_cov_col_dim = opt.integer(); break;
@@ -67,7 +56,7 @@ template <class T> bool read_options(OptionList& opt, RegressionArgs<T>& a) {
         case KORVS_REGRESSION_INFO: a.info = opt.pointer<RegressionInfo<T>*>(); break;
         case KORVS_RESIDUAL:
         case KORVS_RESIDUAL_USER:
-            output(opt, a.residual, code == KORVS_RESIDUAL_USER, "residual", "KORVS_RESIDUAL_USER");
+            read_output(opt, a.residual, code == KORVS_RESIDUAL_USER, "residual", "KORVS_RESIDUAL_USER");
             break;
         case KORVS_RETURN_USER: a.result.set_user(opt.user<T>("result", "KORVS_RETURN_USER")); break;
         case KORVS_TOLERANCE: a.tolerance = opt.real<T>(); break;
@@ -75,28 +64,22 @@ template <class T> bool read_options(OptionList& opt, RegressionArgs<T>& a) {
         case KORVS_X_COL_DIM: a.x_col_dim = opt.integer(); break;
         case KORVS_Y_COL_DIM: a.y_col_dim = opt.integer(); break;
         case KORVS_X_MEAN:
-        case KORVS_X_MEAN_USER: output(opt, a.x_mean, code == KORVS_X_MEAN_USER, "x_mean", "KORVS_X_MEAN_USER"); break;
+        case KORVS_X_MEAN_USER: read_output(opt, a.x_mean, code == KORVS_X_MEAN_USER, "x_mean", "KORVS_X_MEAN_USER"); break;
         case KORVS_XTX_INVERSE:
         case KORVS_XTX_INVERSE_USER:
-            output(opt, a.xtx_inverse, code == KORVS_XTX_INVERSE_USER, "xtx_inverse", "KORVS_XTX_INVERSE_USER");
+            read_output(opt, a.xtx_inverse, code == KORVS_XTX_INVERSE_USER, "xtx_inverse", "KORVS_XTX_INVERSE_USER");
             break;
         case KORVS_DF_ERROR: a.df_error = opt.pointer<T>(); break;
         case KORVS_N_ROWS_MISSING: a.n_rows_missing = opt.pointer<int>(); break;
         case KORVS_IDO: a.ido = opt.integer(); break;
         case KORVS_ROWS_ADD: a.removing = false; break;
         case KORVS_ROWS_DELETE: a.removing = true; break;
-        case KORVS_X_INDICES:
-            a.indices = true;
-            a.independent = opt.pointer<const int>();
-            a.dependent = opt.pointer<const int>();
-            a.frequency_column = opt.integer();
-            a.weight_column = opt.integer();
-            break;
+        case KORVS_X_INDICES: a.columns.read(opt); break;
         case KORVS_NO_MEAN_SUBTRACTION: a.mean_subtraction = 0; break;
         case KORVS_MEAN_SUBTRACTION: a.mean_subtraction = 1; break;
         case KORVS_N_DEPENDENT: a.n_dependent = opt.integer(); break;
         case KORVS_SCPE:
-        case KORVS_SCPE_USER: output(opt, a.scpe, code == KORVS_SCPE_USER, "scpe", "KORVS_SCPE_USER"); break;
+        case KORVS_SCPE_USER: read_output(opt, a.scpe, code == KORVS_SCPE_USER, "scpe", "KORVS_SCPE_USER"); break;
         default: opt.unknown(code); return false;
         }
     }
@@ -177,34 +160,34 @@ bool arguments_ok(int n_rows, int n_independent, const T* x, const T* y, Regress
     }
     const bool rows_given = n_rows != 0;
     if (rows_given && null_array(x, "x")) return false;
-    if (rows_given && !a.indices && a.n_dependent > 0 && null_array(y, "y")) return false;
-    if (a.indices && ((n_independent > 0 && null_array(a.independent, "independent_indices")) ||
-                      (a.n_dependent > 0 && null_array(a.dependent, "dependent_indices"))))
+    if (rows_given && !a.columns.given && a.n_dependent > 0 && null_array(y, "y")) return false;
+    if (a.columns.given && ((n_independent > 0 && null_array(a.columns.independent, "independent_indices")) ||
+                      (a.n_dependent > 0 && null_array(a.columns.dependent, "dependent_indices"))))
         return false;
     // The columns of x: the independent variables, or with indices as many as the
     // largest index asks for.
     n_columns = n_independent;
-    if (a.indices) {
+    if (a.columns.given) {
         n_columns = 0;
         auto widen = [&n_columns](int c) { n_columns = c + 1 > n_columns ? c + 1 : n_columns; };
-        for (int j = 0; j < n_independent; ++j) widen(a.independent[j]);
-        for (int k = 0; k < a.n_dependent; ++k) widen(a.dependent[k]);
+        for (int j = 0; j < n_independent; ++j) widen(a.columns.independent[j]);
+        for (int k = 0; k < a.n_dependent; ++k) widen(a.columns.dependent[k]);
         if (a.x_col_dim > 0) n_columns = a.x_col_dim;
     }
     if (!settle_col_dim(a.x_col_dim, n_columns, "x")) return false;
-    if (!a.indices && !settle_col_dim(a.y_col_dim, a.n_dependent > 1 ? a.n_dependent : 1, "y")) return false;
-    if (a.indices) {
-        for (int j = 0; j < n_independent; ++j) check_range(a.independent[j], "independent_indices", 0, n_columns - 1, &checks);
-        for (int k = 0; k < a.n_dependent; ++k) check_range(a.dependent[k], "dependent_indices", 0, n_columns - 1, &checks);
+    if (!a.columns.given && !settle_col_dim(a.y_col_dim, a.n_dependent > 1 ? a.n_dependent : 1, "y")) return false;
+    if (a.columns.given) {
+        for (int j = 0; j < n_independent; ++j) check_range(a.columns.independent[j], "independent_indices", 0, n_columns - 1, &checks);
+        for (int k = 0; k < a.n_dependent; ++k) check_range(a.columns.dependent[k], "dependent_indices", 0, n_columns - 1, &checks);
         if (korvs_n1rty(0) > 3) return false;
-        if (a.frequency_column >= n_columns) {
-            korvs_e1sti(1, a.frequency_column);
+        if (a.columns.frequency_column >= n_columns) {
+            korvs_e1sti(1, a.columns.frequency_column);
             korvs_e1sti(2, n_columns);
             korvs_ermes(5, 20467);
             return false;
         }
-        if (a.weight_column >= n_columns) {
-            korvs_e1sti(1, a.weight_column);
+        if (a.columns.weight_column >= n_columns) {
+            korvs_e1sti(1, a.columns.weight_column);
             korvs_e1sti(2, n_columns);
             korvs_ermes(5, 20468);
             return false;
@@ -260,9 +243,9 @@ UpdateState<T>* state_for_call(RegressionStream<T>* stream, const RegressionArgs
 
 // The frequencies and weights: columns of x with indices, else the caller's vectors.
 template <class T> bool open_weights(WeightRows<T>& w, int n, const T* x, const RegressionArgs<T>& a) {
-    if (a.indices && (a.frequency_column >= 0 || a.weight_column >= 0))
-        return w.open(n, a.frequency_column >= 0 ? x + a.frequency_column : nullptr,
-                      a.weight_column >= 0 ? x + a.weight_column : nullptr, a.x_col_dim);
+    if (a.columns.given && (a.columns.frequency_column >= 0 || a.columns.weight_column >= 0))
+        return w.open(n, a.columns.frequency_column >= 0 ? x + a.columns.frequency_column : nullptr,
+                      a.columns.weight_column >= 0 ? x + a.columns.weight_column : nullptr, a.x_col_dim);
     return w.open(n, a.frequencies, a.weights);
 }
 
@@ -351,10 +334,10 @@ template <class T> void l_regression(int n_rows, int n_independent, const T* x, 
     rows.x = x;
     rows.ldx = a.x_col_dim;
     rows.n_independent = n_independent;
-    rows.independent = a.indices ? a.independent : nullptr;
+    rows.independent = a.columns.given ? a.columns.independent : nullptr;
     rows.n_dependent = ny;
-    rows.dependent = a.indices ? a.dependent : nullptr;
-    rows.y = a.indices ? nullptr : y;
+    rows.dependent = a.columns.given ? a.columns.dependent : nullptr;
+    rows.y = a.columns.given ? nullptr : y;
     rows.ldy = a.y_col_dim;
     rows.weights = weights.any() ? &weights : nullptr;
     UpdateModel model;

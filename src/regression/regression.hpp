@@ -11,6 +11,7 @@
 #pragma once
 
 #include "describe/describe.hpp"
+#include "frame/options.hpp"
 
 namespace korvs {
 
@@ -43,10 +44,9 @@ template <class T> struct RegressionInfo {
 // every array NaN; null with 201 raised when there is no memory.
 template <class T> RegressionInfo<T>* allocate_info(int n_parameters, int intercept, int n_dependent);
 
-// The checks that every reader of a record makes: the twin (602 on
-// "regression_info->element_size"), the parameter count and the intercept. False after
-// an error.
-template <class T> bool info_readable(const RegressionInfo<T>* info);
+// A record made by this twin: its element size (602 on "<record>->element_size"
+// otherwise). False after that error.
+template <class T> bool same_twin(int element_size, const char* name);
 
 // ---- The updating kernel ----------------------------------------------------------------
 
@@ -126,6 +126,35 @@ void r2ivn(int ido, int nrow, const T x[], int ldx, int intercept, int iind, con
 
 // The size of the kernel's work array.
 long long update_work_size(int p, int n_dependent);
+
+// ---- Options that the routines of the family share ------------------------------------
+
+// An output array's option: the _USER form gives the caller's array (104 for a null
+// pointer, with the array's name and the option's), the plain form an address where the
+// allocated array goes.
+template <class T> void read_output(OptionList& opt, Output<T>& out, bool user, const char* name, const char* option) {
+    if (user) {
+        out.set_user(opt.user<T>(name, option));
+    } else {
+        out.set_plain(opt.pointer<T*>());
+    }
+}
+
+// KORVS_X_INDICES: the columns of x (from 0) of the independent and dependent variables,
+// of the frequencies and of the weights (-1: none).
+struct ColumnIndices {
+    bool given = false;
+    const int* independent = nullptr;
+    const int* dependent = nullptr;
+    int frequency_column = -1, weight_column = -1;
+    void read(OptionList& opt) {
+        given = true;
+        independent = opt.pointer<const int>();
+        dependent = opt.pointer<const int>();
+        frequency_column = opt.integer();
+        weight_column = opt.integer();
+    }
+};
 
 // ---- Inference from the factor ----------------------------------------------------------
 

@@ -173,14 +173,6 @@ template <class T> struct SummaryArgs {
     int index_y = 0;
 };
 
-template <class T> void summary_output(OptionList& opt, Output<T>& out, bool user, const char* name, const char* option) {
-    if (user) {
-        out.set_user(opt.user<T>(name, option));
-    } else {
-        out.set_plain(opt.pointer<T*>());
-    }
-}
-
 // The option code of the covariances' column dimension in the summary.
 constexpr int kSummaryCovColDim = 11060;
 
@@ -189,20 +181,20 @@ template <class T> bool read_summary_options(OptionList& opt, SummaryArgs<T>& a)
         switch (code) {
         case KORVS_ANOVA_TABLE:
         case KORVS_ANOVA_TABLE_USER:
-            summary_output(opt, a.anova, code == KORVS_ANOVA_TABLE_USER, "anova_table", "KORVS_ANOVA_TABLE");
+            read_output(opt, a.anova, code == KORVS_ANOVA_TABLE_USER, "anova_table", "KORVS_ANOVA_TABLE");
             break;
         case KORVS_COEF_COVARIANCES:
         case KORVS_COEF_COVARIANCES_USER:
-            summary_output(opt, a.coef_cov, code == KORVS_COEF_COVARIANCES_USER, "coef_covariances",
+            read_output(opt, a.coef_cov, code == KORVS_COEF_COVARIANCES_USER, "coef_covariances",
                            "KORVS_COEF_COVARIANCES");
             break;
         case KORVS_COEF_T_TESTS:
         case KORVS_COEF_T_TESTS_USER:
-            summary_output(opt, a.t_tests, code == KORVS_COEF_T_TESTS_USER, "coef_t_tests", "KORVS_COEF_T_TESTS");
+            read_output(opt, a.t_tests, code == KORVS_COEF_T_TESTS_USER, "coef_t_tests", "KORVS_COEF_T_TESTS");
             break;
         case KORVS_COEF_VIF:
         case KORVS_COEF_VIF_USER:
-            summary_output(opt, a.vif, code == KORVS_COEF_VIF_USER, "coef_vif", "KORVS_COEF_VIF");
+            read_output(opt, a.vif, code == KORVS_COEF_VIF_USER, "coef_vif", "KORVS_COEF_VIF");
             break;
         case kSummaryCovColDim: a.coef_cov_col_dim = opt.integer(); break;
         case KORVS_COEF_T_TESTS_COL_DIM: a.t_tests_col_dim = opt.integer(); break;
@@ -216,10 +208,8 @@ template <class T> bool read_summary_options(OptionList& opt, SummaryArgs<T>& a)
 // The record's fields that the summary reads, checked by name.
 template <class T> bool summary_info_ok(const RegressionInfo<T>* info) {
     if (null_array(info, "regression_info")) return false;
+    if (!same_twin<T>(info->element_size, "regression_info->element_size")) return false;
     int checks = 0;
-    const int size = static_cast<int>(sizeof(T));
-    check_range(info->element_size, "regression_info->element_size", size, size, &checks);
-    if (korvs_n1rty(0) > 3) return false;
     check_range(info->n_parameters, "regression_info->n_parameters", 1, -1, &checks);
     check_range(info->intercept, "regression_info->intercept", 0, 1, &checks);
     if (korvs_n1rty(0) > 3) return false;

@@ -182,6 +182,9 @@ template <class T> void finish(const UpdateModel& model, UpdateState<T>& s, T b[
     if (l.ny > 0) girts(l.p, rc, l.p, l.ny, b, l.p, 1, &rank, b, l.p, static_cast<T*>(nullptr), l.p);
     s.rank = rank;
     s.dfe -= T(rank);
+    // Downdates can leave an error sum of squares a rounding below 0.
+    for (int k = 0; k < l.ny; ++k)
+        if (s.scpe[k * l.ny + k] < T(0)) s.scpe[k * l.ny + k] = T(0);
     if (s.dfe < T(0)) {
         insert_real(1, s.dfe);
         korvs_ermes(6, 11049);

@@ -154,4 +154,38 @@ TEST_F(RegressionInternal, PolynomialPredictionIsTheRegressionOnPowers) {
     std::free(block);
 }
 
+// korvs_r2ivn reads a column-major matrix and takes its columns by index: the Hald
+// data with the response in column 0 and the regressors in 1 to 4, given in the order
+// 4, 3, 2, 1, is korvs_d_regression's fit with the coefficients in that order.
+TEST_F(RegressionInternal, ColumnMajorKernelIsTheFit) {
+    const Design d = design("hald", 4, {0, 1, 2, 3});
+    const int n = d.n, p = 5, ny = 1, q = p + ny;
+    std::vector<double> x(static_cast<std::size_t>(n) * 5);
+    for (int i = 0; i < n; ++i) {
+        x[i] = d.y[i];
+        for (int j = 0; j < 4; ++j) x[i + (1 + j) * n] = d.x[4 * i + j];
+    }
+    std::vector<double> a(p * q), dd(p), scpe(1), xmin(q), xmax(q), sums(q), b(p);
+    std::vector<double> work(korvs::update_work_size(p, ny));
+    korvs::UpdateState<double> s;
+    s.p = p;
+    s.n_dependent = ny;
+    s.a = a.data();
+    s.d = dd.data();
+    s.scpe = scpe.data();
+    s.xmin = xmin.data();
+    s.xmax = xmax.data();
+    s.sums = sums.data();
+    const int independent[] = {4, 3, 2, 1}, dependent[] = {0};
+    korvs::r2ivn(0, n, x.data(), n, 1, 4, independent, 1, dependent, 1e-12, s, b.data(), work.data());
+    std::vector<double> xs = d.x, ys = d.y;
+    double* coef = korvs_d_regression(n, 4, xs.data(), ys.data(), 0);
+    ASSERT_NE(coef, nullptr);
+    EXPECT_EQ(s.rank, 5);
+    EXPECT_EQ(s.dfe, 8.0);
+    EXPECT_NEAR(b[0], coef[0], 1e-11 * std::fabs(coef[0]));
+    for (int j = 0; j < 4; ++j) EXPECT_NEAR(b[1 + j], coef[4 - j], 1e-11 * std::fabs(coef[4 - j])) << j;
+    std::free(coef);
+}
+
 }  // namespace

@@ -166,8 +166,18 @@ TYPED_TEST(RegressionUpdate, RemovingEveryRowLeavesNoDegreesOfFreedom) {
     std::vector<T> x = {1, 2, 4, 7}, y = {2, 3, 9, 4};
     T dfe = -1;
     EXPECT_EQ(regression<T>(4, 1, x.data(), y.data(), KORVS_IDO, 1, 0), nullptr);
-    T* c = regression<T>(4, 1, x.data(), y.data(), KORVS_IDO, 3, KORVS_ROWS_DELETE, KORVS_DF_ERROR, &dfe, 0);
+    regression_info* info = nullptr;
+    T* c = regression<T>(4, 1, x.data(), y.data(), KORVS_IDO, 3, KORVS_ROWS_DELETE, KORVS_DF_ERROR, &dfe,
+                         KORVS_REGRESSION_INFO, &info, 0);
     EXPECT_EQ(dfe, T(0));
+    // The summary's ratios over no degrees of freedom cannot be formed.
+    T* anova = nullptr;
+    regression_summary<T>(info, KORVS_ANOVA_TABLE, &anova, 0);
+    ASSERT_NE(anova, nullptr);
+    EXPECT_EQ(anova[1], T(0));
+    EXPECT_TRUE(std::isnan(anova[7]) && std::isnan(anova[8]) && std::isnan(anova[9]));
+    std::free(anova);
+    std::free(info);
     std::free(c);
     for (const auto& r : this->errors()) EXPECT_TRUE(r.code == 11048 || r.code == 11047 || r.code == 11049) << r.code;
 }
