@@ -176,6 +176,8 @@ bool arguments_ok(int n_rows, int n_independent, const T* x, const T* y, Regress
     }
     if (!settle_col_dim(a.x_col_dim, n_columns, "x")) return false;
     if (!a.columns.given && !settle_col_dim(a.y_col_dim, a.n_dependent > 1 ? a.n_dependent : 1, "y")) return false;
+    if (a.coef_cov.wanted() && !settle_col_dim(a.coef_cov_col_dim, a.intercept + n_independent, "coef_covariances"))
+        return false;
     if (a.columns.given) {
         for (int j = 0; j < n_independent; ++j) check_range(a.columns.independent[j], "independent_indices", 0, n_columns - 1, &checks);
         for (int k = 0; k < a.n_dependent; ++k) check_range(a.columns.dependent[k], "dependent_indices", 0, n_columns - 1, &checks);
@@ -360,11 +362,6 @@ template <class T> void l_regression(int n_rows, int n_independent, const T* x, 
         korvs_ermes(3, 11047);
     }
     const int ccd = a.coef_cov_col_dim == -1 ? p : a.coef_cov_col_dim;
-    if (a.coef_cov.wanted()) {
-        int checks = 0;
-        check_range(ccd, "coef_covariances_col_dim", p, -1, &checks);
-        if (korvs_n1rty(0) > 3) return;
-    }
     InfoBlock<T> record;
     record.info = allocate_info<T>(p, a.intercept, ny);
     if (!record.info) return;

@@ -231,6 +231,8 @@ TYPED_TEST(RegressionUpdate, BadArguments) {
         {"anova in a stream", fit(KORVS_IDO, 1, KORVS_ANOVA_TABLE, &anova), 5, 20690},
         {"tolerance above 1", fit(KORVS_TOLERANCE, 1.5), 5, 11050},
         {"covariance column dimension alone", fit(KORVS_COEF_COVARIANCES_COL_DIM, 3), 5, 11038},
+        {"covariance column dimension short", fit(KORVS_COEF_COVARIANCES, &anova, KORVS_COEF_COVARIANCES_COL_DIM, 1), 5,
+         1024},
         {"frequency column past x", fit(KORVS_X_INDICES, ind, dep, 2, -1), 5, 20467},
         {"weight column past x", fit(KORVS_X_INDICES, ind, dep, -1, 5), 5, 20468},
         {"negative weight", fit(KORVS_WEIGHTS, w.data()), 4, 11057, "%(i1)", "1"},
