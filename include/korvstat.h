@@ -21,6 +21,7 @@
 #include "korvstat/options.h"
 #include "korvstat/output.h"
 #include "korvstat/random.h"
+#include "korvstat/regression.h"
 #include "korvstat/sort.h"
 #include "korvstat/special.h"
 

@@ -10,15 +10,16 @@
 
 namespace korvs {
 
-template <class T> bool WeightRows<T>::open(int n, const T* frequencies, const T* weights) {
+template <class T> bool WeightRows<T>::open(int n, const T* frequencies, const T* weights, int step) {
     n_ = n;
     freq_column_ = frequencies ? 1 : 0;
     weight_column_ = weights ? 2 : 0;
     if (!any()) return true;
     if (!matrix_.allocate(Shape(n, "n_observations", 2, "columns"))) return false;
     for (int i = 0; i < n; ++i) {
-        matrix_[i] = frequencies ? frequencies[i] : T(1);
-        matrix_[n + i] = weights ? weights[i] : T(1);
+        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(i) * step;
+        matrix_[i] = frequencies ? frequencies[at] : T(1);
+        matrix_[n + i] = weights ? weights[at] : T(1);
     }
     return true;
 }

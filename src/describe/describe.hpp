@@ -41,9 +41,10 @@ inline double normal_inverse_cdf(double p) { return korvs_d_normal_inverse_cdf(p
 // column holds the frequencies and second the weights, either of them possibly absent.
 template <class T> class WeightRows {
 public:
-    // Copies the vectors given (either may be null); false, with 201 raised, when there
-    // is no memory for the copy.
-    bool open(int n, const T* frequencies, const T* weights);
+    // Copies the vectors given (either may be null), whose elements stand `step` apart
+    // (a column of a row-major matrix); false, with 201 raised, when there is no memory
+    // for the copy.
+    bool open(int n, const T* frequencies, const T* weights, int step = 1);
     bool any() const { return freq_column_ > 0 || weight_column_ > 0; }
     bool weighted() const { return weight_column_ > 0; }
     // The row reader on observation `row` (from 0): the status of check_weight_row, with
