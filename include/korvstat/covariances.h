@@ -35,6 +35,9 @@ KORVS_BEGIN_DECLS
 KORVS_API float *korvs_f_covariances(int n_observations, int n_variables, float x[], ...) KORVS_NOEXCEPT;
 KORVS_API double *korvs_d_covariances(int n_observations, int n_variables, double x[], ...) KORVS_NOEXCEPT;
 
+KORVS_API float *korvs_f_partial_covariances(int n_independent, int n_dependent, float x[], ...) KORVS_NOEXCEPT;
+KORVS_API double *korvs_d_partial_covariances(int n_independent, int n_dependent, double x[], ...) KORVS_NOEXCEPT;
+
 KORVS_END_DECLS
 
 #endif
