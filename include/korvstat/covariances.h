@@ -38,6 +38,11 @@ KORVS_API double *korvs_d_covariances(int n_observations, int n_variables, doubl
 KORVS_API float *korvs_f_partial_covariances(int n_independent, int n_dependent, float x[], ...) KORVS_NOEXCEPT;
 KORVS_API double *korvs_d_partial_covariances(int n_independent, int n_dependent, double x[], ...) KORVS_NOEXCEPT;
 
+KORVS_API float *korvs_f_pooled_covariances(int n_rows, int n_variables, float x[], int n_groups,
+                                            ...) KORVS_NOEXCEPT;
+KORVS_API double *korvs_d_pooled_covariances(int n_rows, int n_variables, double x[], int n_groups,
+                                             ...) KORVS_NOEXCEPT;
+
 KORVS_END_DECLS
 
 #endif
