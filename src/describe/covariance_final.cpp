@@ -140,9 +140,9 @@ template <class T> void CovarianceSums<T>::write_incidence(int* incidence) const
         *incidence = static_cast<int>(nobs_);
         return;
     }
+    const std::ptrdiff_t n = n_;
     for (int i = 0; i < n_; ++i)
-        for (int j = 0; j <= i; ++j)
-            incidence[i * n_ + j] = incidence[j * n_ + i] = counts_[static_cast<std::ptrdiff_t>(i) * n_ + j];
+        for (int j = 0; j <= i; ++j) incidence[i * n + j] = incidence[j * n + i] = counts_[i * n + j];
 }
 
 template <class T> void CovarianceSums<T>::write_result(T* cov, int ldcov, T* means) {

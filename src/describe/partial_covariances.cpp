@@ -82,7 +82,7 @@ bool select(int order, const int* indices, int n_ind, int n_dep, int* ind, int* 
 // The p-values of the partial covariances s (n by n, column-major with leading dimension
 // ld) at df_out degrees of freedom into the row-major p; false, with 20643 raised, when a
 // pair's determinant is negative beyond rounding.
-template <class T> bool p_values(int n, const T* s, std::ptrdiff_t ld, int df_out, const int* dep, T* p) {
+template <class T> bool p_values(std::ptrdiff_t n, const T* s, std::ptrdiff_t ld, int df_out, const int* dep, T* p) {
     const T tol = T(100) * mach<T>::eps;
     for (int i = 0; i < n; ++i) {
         p[i * n + i] = T(0);
@@ -182,7 +182,7 @@ void l_partial_covariances(int n_ind, int n_dep, const T* x, OptionList& opt, T*
     if (a.test) {
         T* p = a.p_values.data();
         if (df_out < 2) {
-            for (int e = 0; e < n_dep * n_dep; ++e) p[e] = mach<T>::nan;
+            for (std::ptrdiff_t e = 0; e < std::ptrdiff_t(n_dep) * n_dep; ++e) p[e] = mach<T>::nan;
         } else if (!p_values(n_dep, s22, m, df_out, dep, p) || !no_failure()) {
             return;
         }

@@ -180,7 +180,7 @@ template <class T> bool c2vpl(PooledStream<T>& s, int nrow, const T* x, int ldx,
 }
 
 template <class T> void pooled_finish(PooledStream<T>& s, T* pooled, T* u, T* means) {
-    const int n = s.nvar;
+    const std::ptrdiff_t n = s.nvar;
     long long df = -s.ngroups;
     for (int g = 0; g < s.ngroups; ++g) df += s.counts[g];
     if (means) {
@@ -192,7 +192,7 @@ template <class T> void pooled_finish(PooledStream<T>& s, T* pooled, T* u, T* me
         korvs_e1sti(1, static_cast<int>(df + s.ngroups));
         korvs_e1sti(2, s.ngroups);
         korvs_ermes(3, 20655);
-        for (int e = 0; e < n * n; ++e) {
+        for (std::ptrdiff_t e = 0; e < n * n; ++e) {
             if (pooled) pooled[e] = mach<T>::nan;
             if (u) u[e] = mach<T>::nan;
         }
