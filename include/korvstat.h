@@ -18,6 +18,7 @@
 #include "korvstat/kernels.h"
 #include "korvstat/linear_systems.h"
 #include "korvstat/machine.h"
+#include "korvstat/nonparametric.h"
 #include "korvstat/options.h"
 #include "korvstat/output.h"
 #include "korvstat/random.h"

@@ -151,7 +151,8 @@ def tail_form(w):
 
 def approximation(p, digits):
     """The approximation with the thresholds of a precision of `digits` bits, u = |1 - 2p|
-    rounded to that precision as the routine forms it, and all else exact."""
+    rounded to that precision as the routine forms it, (1 - u)(1 + u) as q (2 - q) with the
+    exact q = 2 min(p, 1 - p), and all else exact."""
     eps = mp.mpf(2) ** (1 - digits)
     if p <= eps or p >= 1 - 3 * eps:
         q = 2 * mp.mpf(p) if p < 0.5 else 2 * (1 - mp.mpf(p))
@@ -164,7 +165,8 @@ def approximation(p, digits):
             inner = v - D("2.374996") - D("0.05496261") / (v - D("1.187515"))
             value = u * (1 - D("0.113773") - D("0.5751703") * v / (v - D("3.293474") - D("1.896513") / inner))
         else:
-            w = mp.sqrt(-mp.log((1 - u) * (1 + u)))
+            q = 2 * min(mp.mpf(p), 1 - mp.mpf(p))
+            w = mp.sqrt(-mp.log(q * (2 - q)))
             if w < 2.5:
                 a = w * (w * (D("0.05073975") * w - D("0.2368201")) - D("0.1314774"))
                 b = ((w - D("7.586103")) * w + D("21.98546")) * w - D("44.27977")
@@ -195,7 +197,8 @@ def write_normal_inverse(path):
     double_only = [2.0**-52, 2.0**-53, 1e-100, 1e-200, 1e-300, 5e-324,
                    1 - 2.0**-52, 1 - 2.0**-53, 1 - 3 * 2.0**-52, 1 - 4 * 2.0**-52]
     with open(path, "w") as out:
-        header(out, "p, Phi^-1(p), and the rational approximation as each twin forms u = |1 - 2p|",
+        header(out, "p, Phi^-1(p), and the rational approximation as each twin forms u = |1 - 2p| (and "
+               "q (2 - q), q = 2 min(p, 1 - p))",
                ["p", "quantile", "approximation_double", "approximation_float"])
         quantile = lambda p: val(-mp.sqrt(2) * erfcinv(2 * mp.mpf(p)))
         for p in sorted(p for p in ps if 0 < p < 1):

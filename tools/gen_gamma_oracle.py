@@ -6,7 +6,7 @@ tests/special/.
 
 writes gamma.csv (x, gamma(x), ln |gamma(x)|), beta.csv (a, b, beta, ln beta),
 gamma_incomplete.csv (a, x, the lower incomplete gamma function, its regularised form
-P(a, x), and P(a, x) as Algorithm AS 32 forms it), binomial.csv (n, m, n over m), and
+P(a, x) and that one's condition |x f(x)/P(a, x)|, to the far lower tail and to large a), binomial.csv (n, m, n over m), and
 for the inner routines log_gamma_correction.csv (x, ln gamma(x) less Stirling's main
 terms), tricomi.csv (a, x, Tricomi's gamma*(a, x)), psi.csv (x, digamma), cot.csv
 (x, cot), alnrel.csv (x, ln(1 + x)) and poch.csv (a, x, gamma(a + x)/gamma(a)). Inputs are exactly representable in single precision, so that
@@ -105,47 +105,26 @@ def write_beta(path):
             out.write("%s,%s,%s,%s\n" % (fmt(a), fmt(b), val(mp.beta(ma, mb)), val(mp.log(mp.beta(ma, mb)))))
 
 
-def as32(x, a):
-    """P(a, x) as the library's gamma distribution function forms it, Pearson's series or
-    the continued fraction stopped by the tolerances 1e-8 of Algorithm AS 32, with all
-    arithmetic exact. None where a stopping test is within 1e-9 of its threshold, so that
-    the double twin's roundings might decide it the other way."""
-    x, a = mp.mpf(x), mp.mpf(a)
-    tol = mp.mpf("1e-8")
-    factor = mp.exp(a * mp.log(x) - (mp.loggamma(a) + x))
-    close = [False]
+def gamma_tails(a, x):
+    """P(a, x) and Q(a, x), with Legendre's continued fraction for Q where mpmath's own does
+    not converge."""
+    try:
+        return mp.gammainc(a, 0, x, regularized=True), mp.gammainc(a, x, mp.inf, regularized=True)
+    except mp.libmp.NoConvergence:
+        f = mp.mpf(0)
+        for i in range(4000, 0, -1):
+            f = -i * (i - a) / (x + 2 * i + 1 - a + f)
+        q = mp.exp(a * mp.log(x) - x - mp.loggamma(a)) / (x + 1 - a + f)
+        return 1 - q, q
 
-    def above(q, threshold):
-        if threshold != 0 and abs(q / threshold - 1) < mp.mpf("1e-9"):
-            close[0] = True
-        return q > threshold
 
-    if x <= 1 or x < a:
-        rn = a + 1
-        term = x / rn
-        total = 1 + term
-        while above(term, tol):
-            rn += 1
-            term = term * x / rn
-            total += term
-        value = total * factor / a
-    else:
-        y, z, c = 1 - a, x + 2 - a, 0
-        pn1, pn2, pn3, pn4 = mp.mpf(1), x, x + 1, x * (x + 2 - a)
-        gin = pn3 / pn4
-        while True:
-            y, z, c = y + 1, z + 2, c + 1
-            an = y * c
-            pn5, pn6 = z * pn3 - an * pn1, z * pn4 - an * pn2
-            if pn6 != 0:
-                rn = pn5 / pn6
-                dif = abs(gin - rn)
-                if not above(dif, 10 * tol * rn) and not above(dif, tol):
-                    break
-                gin = rn
-            pn1, pn2, pn3, pn4 = pn3, pn4, pn5, pn6
-        value = 1 - factor * rn
-    return None if close[0] else value
+def lower_tail_point(a, target):
+    """The x where P(a, x) is near target, as a single-precision number."""
+    lo, hi = mp.mpf(-800), mp.log(a + 1)  # bisection on ln x
+    for _ in range(200):
+        mid = (lo + hi) / 2
+        (lo, hi) = (mid, hi) if gamma_tails(a, mp.exp(mid))[0] < target else (lo, mid)
+    return f32(float(mp.exp(hi)))
 
 
 def write_gamma_incomplete(path):
@@ -157,16 +136,22 @@ def write_gamma_incomplete(path):
         a = f32(10 ** (rng.uniform() * 4 - 2))
         pairs.add((a, f32(a * (0.2 + 1.6 * rng.uniform()))))
         pairs.add((f32(rng.uniform() * 10), f32(rng.uniform() * 12)))
+    # Large shapes about their mean, where the uniform expansion serves, and far lower tails.
+    for a in (12, 30, 1e3, 1e5, 1e6):
+        pairs.update((f32(a), f32(a * f)) for f in (0.4, 0.41, 0.9, 0.99, 0.999, 1, 1.001, 1.01, 1.1, 1.89, 1.91))
+    for a in (0.5, 2.5, 20, 1e3, 1e5):
+        pairs.update((f32(a), lower_tail_point(mp.mpf(f32(a)), mp.mpf(t))) for t in (1e-30, 1e-100, 1e-300))
     with open(path, "w") as out:
-        header(out, "a, x, the lower incomplete gamma function, P(a, x), and P(a, x) by the tolerances of "
-               "AS 32 with exact arithmetic (nan where a stopping test is too close to call)",
-               ["a", "x", "lower", "p", "as32"])
+        header(out, "a, x, the lower incomplete gamma function, P(a, x), and the condition of P, "
+               "|x f(x)/P(a, x)|", ["a", "x", "lower", "p", "condition"])
         for a, x in sorted(pairs):
+            if not x > 0:
+                continue
             ma, mx = mp.mpf(a), mp.mpf(x)
-            lower = mp.gammainc(ma, 0, mx)
-            method = as32(x, a)
-            out.write("%s,%s,%s,%s,%s\n" % (fmt(a), fmt(x), val(lower), val(lower / mp.gamma(ma)),
-                                            "nan" if method is None else val(method)))
+            p = gamma_tails(ma, mx)[0]
+            lower = p * mp.gamma(ma)
+            condition = mp.exp(ma * mp.log(mx) - mx - mp.loggamma(ma)) / p
+            out.write("%s,%s,%s,%s,%s\n" % (fmt(a), fmt(x), val(lower), val(p), val(condition)))
 
 
 def write_binomial(path):

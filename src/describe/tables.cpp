@@ -226,8 +226,12 @@ template <class T> bool owfrq_checks(int n, const T* x, Axis<T>& ax) {
         korvs_ermes(5, ax.mode == kKnownBounds ? 20021 : 20025);
         return false;
     }
-    if (const int nan = count_nan(n, x)) {
-        korvs_e1sti(1, nan);
+    // 20026 is shared with the other routines that refuse a NaN: its insert is the
+    // place of the first one, counted from 0.
+    if (count_nan(n, x)) {
+        int at = 0;
+        while (!std::isnan(x[at])) ++at;
+        korvs_e1sti(1, at);
         korvs_ermes(5, 20026);
         return false;
     }

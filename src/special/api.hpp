@@ -34,18 +34,4 @@ inline double chi_squared_cdf(double x, double df) { return korvs_d_chi_squared_
 inline float chi_squared_inverse_cdf(float p, float df) { return korvs_f_chi_squared_inverse_cdf(p, df); }
 inline double chi_squared_inverse_cdf(double p, double df) { return korvs_d_chi_squared_inverse_cdf(p, df); }
 
-inline float non_central_chi_sq(float x, float df, float delta) {
-    return korvs_f_non_central_chi_sq(x, df, delta);
-}
-inline double non_central_chi_sq(double x, double df, double delta) {
-    return korvs_d_non_central_chi_sq(x, df, delta);
-}
-
-inline float non_central_t_cdf(float t, int df, float delta) {
-    return korvs_f_non_central_t_cdf(t, df, delta);
-}
-inline double non_central_t_cdf(double t, int df, double delta) {
-    return korvs_d_non_central_t_cdf(t, df, delta);
-}
-
 }  // namespace korvs::api

@@ -2,49 +2,52 @@
 // own callers. The start is that of K. L. Majumder and G. P. Bhattacharjee, Algorithm
 // AS 109 (Applied Statistics 22, 1973): a normal approximation when both parameters
 // exceed 1, the power forms of the tails otherwise, on the tail of the smaller
-// probability. A damped Newton iteration on the beta density follows, on whichever of x
-// and 1 - x is the smaller, inside a bracket that every evaluation narrows; a step that
-// would leave the bracket bisects it instead.
+// probability. Newton's method on the logarithm of that tail follows, in ln x, or in
+// ln(1 - x) where the quantile lies above 1/2, so that the quantile and its complement
+// each keep their relative precision. Both twins solve in double.
 #include <algorithm>
 #include <cmath>
 
-#include "api.hpp"
+#include "beta_ratio.hpp"
 #include "distributions.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
 #include "gamma.hpp"
 #include "korvstat.h"
+#include "quantile_newton.hpp"
 
 namespace korvs {
 namespace {
 
-constexpr int kNewtonRounds = 100;
-constexpr int kBisections = 31;
-
 // A value in (0, 1) and its complement, each formed without subtracting from 1 where it
 // is the small one.
-template <class T> struct Split {
-    T x;
-    T complement;
+struct Split {
+    double x;
+    double complement;
 };
 
-template <class T> Split<T> from_small(T small) { return {small, 1 - small}; }
-template <class T> Split<T> from_complement(T complement) { return {1 - complement, complement}; }
+Split from_small(double small) { return {small, 1 - small}; }
+Split from_complement(double complement) { return {1 - complement, complement}; }
+
+double log_beta(double a, double b) {
+    return log_gamma_positive(a) + log_gamma_positive(b) - log_gamma_positive(a + b);
+}
 
 // AS 109's start for I_x(p, q) = a, a <= 1/2.
-template <class T> Split<T> start(T a, T p, T q, T ln_beta) {
-    const T r0 = std::sqrt(-2 * std::log(a));
+Split start(double a, double p, double q) {
+    const double r0 = std::sqrt(-2 * std::log(a));
     // The upper normal deviate of a (Abramowitz and Stegun 26.2.22).
-    const T y = r0 - (T(2.30753) + T(0.27061) * r0) / (1 + (T(0.99229) + T(0.04481) * r0) * r0);
+    const double y = r0 - (2.30753 + 0.27061 * r0) / (1 + (0.99229 + 0.04481 * r0) * r0);
     if (p > 1 && q > 1) {
-        const T r = (y * y - 3) / 6, s = 1 / (2 * p - 1), t = 1 / (2 * q - 1), h = 2 / (s + t);
-        const T w = y * std::sqrt(h + r) / h - (t - s) * (r + T(5) / 6 - 2 / (3 * h));
-        const T e = q * std::exp(2 * w);
-        return std::isinf(e) ? Split<T>{T(0), T(1)} : Split<T>{p / (p + e), e / (p + e)};
+        const double r = (y * y - 3) / 6, s = 1 / (2 * p - 1), t = 1 / (2 * q - 1), h = 2 / (s + t);
+        const double w = y * std::sqrt(h + r) / h - (t - s) * (r + 5.0 / 6 - 2 / (3 * h));
+        const double e = q * std::exp(2 * w);
+        return std::isinf(e) ? Split{0, 1} : Split{p / (p + e), e / (p + e)};
     }
-    const T r = 2 * q;
-    T t = 1 / (9 * q);
-    const T cube = 1 - t + y * std::sqrt(t);
+    const double ln_beta = log_beta(p, q);
+    const double r = 2 * q;
+    double t = 1 / (9 * q);
+    const double cube = 1 - t + y * std::sqrt(t);
     t = r * cube * cube * cube;
     if (t <= 0) return from_complement(std::exp((std::log1p(-a) + std::log(q) + ln_beta) / q));
     t = (4 * p + r - 2) / t;
@@ -52,93 +55,40 @@ template <class T> Split<T> start(T a, T p, T q, T ln_beta) {
     return from_complement(2 / (t + 1));
 }
 
-// Solves I_u(alpha, beta) = target for u in the bracket [lo, hi], from u0.
-template <class T> T newton(T u0, T alpha, T beta, T target, T ln_beta, T p, T lo = 0, T hi = 1) {
-    const T eps = mach<T>::eps, tiny = mach<T>::tiny;
-    const T tol = 4 * eps;
-    T u = std::isnan(u0) || u0 >= 1 ? T(0.5) : u0;
-    if (u < tiny) {
-        // The start underflowed: the quantile may lie below the smallest number.
-        if (api::beta_incomplete(tiny, alpha, beta) >= target) return T(0);
-        lo = tiny;
-        u = tiny;
-    }
-    for (int round = 0; round < kNewtonRounds; ++round) {
-        const T g = api::beta_incomplete(u, alpha, beta) - target;
-        if (korvs_n1rty(0) > 3 || std::isnan(g)) return mach<T>::nan;
-        if (g == 0) return u;
-        (g < 0 ? lo : hi) = u;
-        // The damped Newton step on the density: down at most 0.99 of the way to 0, up
-        // at most half of the way to 1.
-        const T density = std::exp((alpha - 1) * std::log(u) + (beta - 1) * std::log1p(-u) - ln_beta);
-        T step = g / density;
-        step = std::min(step, T(0.99) * u);
-        step = std::max(step, T(-0.5) * (1 - u));
-        T next = u - step;
-        if (std::isinf(density) || !(next > lo && next < hi)) {
-            // A geometric bisection where the bracket spans orders of magnitude.
-            next = lo > 0 && hi > 16 * lo ? std::sqrt(lo) * std::sqrt(hi) : (lo + hi) / 2;
-        }
-        const bool converged = std::abs(next - u) <= tol * next || hi - lo <= tol * hi;
-        u = next;
-        if (converged) return u;
-    }
-    TraceFrame frame("korvs_betin");
-    insert_real(1, p);
-    insert_real(2, u);
-    korvs_ermes(3, 9047);
-    return u;
+// The quantile of I_x(a, b) = small (<= 1/2), always against the small tail, whose
+// relative precision the target has: Newton on ln I_x(a, b) in ln x below 1/2, in
+// ln(1 - x) above, where 1 - x is the number to keep. x dI/dx = x^a (1 - x)^(b - 1)/B(a, b)
+// = front/(1 - x), with elasticity a - (b - 1) x/(1 - x) in x; (1 - x) dI/d(1 - x) =
+// -front/x, with elasticity b - (a - 1)(1 - x)/x in 1 - x.
+QuantileSearch solve_lower(double small, double a, double b, double u0, bool complement) {
+    auto tail = [a, b, complement](double u) {
+        const double x = complement ? 1 - u : u, y = complement ? u : 1 - u;
+        const double g = beta_ratios(a, b, x, y).lower;
+        const double front = beta_front(a, b, x, y);
+        const double e = complement ? -front / (x * g) : front / (y * g);
+        const double own = complement ? b - (a - 1) * y / x : a - (b - 1) * x / y;
+        return TailSlope{g, e, e * own - e * e};
+    };
+    return solve_tail(tail, small, u0, 1, !complement);
 }
 
-// For a parameter below 1/2 the distribution gathers at the ends and the quantile may lie
-// anywhere down to the smallest number, where the start above fails. The side of 0.79 is
-// found from the smaller of p and q against I_0.79(a, b) or I_0.21(b, a), which the
-// incomplete beta function forms directly in the usual cases (from 0.8 it is a
-// complement, whose noise would hide a small tail): below it the quantile x of
-// I_x(a, b) = p, above it 1 - x of I_(1-x)(b, a) = q. The working variable u is bracketed
-// by at most 31 bisections of ln u between ln(smallest) and the side's end, which in the
-// float twin is the whole solve; Newton's method polishes the double twin's.
-template <class T> Split<T> solve_small(T p, T q, T a, T b) {
-    const T ln_beta = api::log_beta(a, b);
-    const bool lower =
-        p <= q ? p <= api::beta_incomplete(T(0.79), a, b) : q >= api::beta_incomplete(T(0.21), b, a);
-    if (korvs_n1rty(0) > 3) return {mach<T>::nan, mach<T>::nan};
-    const T alpha = lower ? a : b, beta = lower ? b : a, target = lower ? p : q;
-    T lo = std::log(mach<T>::tiny), hi = std::log(lower ? T(0.79) : T(0.21));
-    if (api::beta_incomplete(mach<T>::tiny, alpha, beta) >= target) {
-        const T zero = 0;
-        return lower ? from_small(zero) : from_complement(zero);
+Split solve(double p, double q, double a, double b, bool* converged) {
+    // The tail of the smaller probability, the parameters exchanged when that is q.
+    const bool swapped = p > q;
+    const double small = swapped ? q : p;
+    const double pp = swapped ? b : a, qq = swapped ? a : b;
+    Split y0 = start(small, pp, qq);
+    if (!(y0.x > 0 && y0.x < 1)) y0 = {0.5, 0.5};
+    bool upper = y0.x > 0.5;
+    QuantileSearch s = solve_lower(small, pp, qq, upper ? y0.complement : y0.x, upper);
+    // A solve that ends on the other side of 3/4 is finished in the other variable.
+    if (s.converged && s.x > 0.75 && s.x < 1) {
+        upper = !upper;
+        s = solve_lower(small, pp, qq, 1 - s.x, upper);
     }
-    const T tol = 4 * mach<T>::eps;
-    for (int round = 0; round < kBisections && hi - lo > tol; ++round) {
-        const T mid = (lo + hi) / 2;
-        (api::beta_incomplete(std::exp(mid), alpha, beta) < target ? lo : hi) = mid;
-    }
-    T u = std::exp((lo + hi) / 2);
-    if (hi - lo > tol) u = newton(u, alpha, beta, target, ln_beta, p, std::exp(lo), std::exp(hi));
-    return lower ? from_small(u) : from_complement(u);
-}
-
-// The quantile of p, with q = 1 - p: the tail of the smaller probability, the parameters
-// exchanged when that is q.
-template <class T> Split<T> solve(T p, T q, T a, T b) {
-    if (std::min(a, b) < T(0.5)) return solve_small(p, q, a, b);
-    const bool swapped = p > T(0.5);
-    const T pt = swapped ? q : p, pc = swapped ? p : q;
-    const T pp = swapped ? b : a, qq = swapped ? a : b;
-    const T ln_beta = api::log_beta(pp, qq);
-    if (korvs_n1rty(0) > 3) return {mach<T>::nan, mach<T>::nan};
-    const Split<T> y0 = start(pt, pp, qq, ln_beta);
-    // Newton on y with I_y(pp, qq) = pt, whose target is exact; on 1 - y with
-    // I_(1-y)(qq, pp) = pc from 0.8 up, where the incomplete beta function is formed as a
-    // complement anyway and 1 - y would lose the digits of a small complement.
-    Split<T> y;
-    if (!(y0.x >= T(0.8) && pc < 1)) {
-        y = from_small(newton(y0.x, pp, qq, pt, ln_beta, p));
-    } else {
-        y = from_complement(newton(y0.complement, qq, pp, pc, ln_beta, p));
-    }
-    return swapped ? Split<T>{y.complement, y.x} : y;
+    *converged = s.converged;
+    const Split y = upper ? from_complement(s.x) : from_small(s.x);
+    return swapped ? Split{y.complement, y.x} : y;
 }
 
 template <class T> bool bad_arguments(T p, T a, T b) {
@@ -157,11 +107,25 @@ template <class T> bool bad_arguments(T p, T a, T b) {
     return korvs_n1rty(0) == 5;
 }
 
+// The solve with its failure raised in a frame of the solver's name.
+template <class T> Split checked_solve(T p, T q, T a, T b) {
+    bool converged = true;
+    const Split x = solve(p, q, a, b, &converged);
+    if (!converged) {
+        TraceFrame frame("korvs_betin");
+        insert_real(1, p);
+        insert_real(2, T(x.x));
+        korvs_ermes(3, 9047);
+    }
+    return x;
+}
+
 template <class T> void l_beta_inverse_cdf(T p, T a, T b, T* result) {
     *result = mach<T>::nan;
     if (std::isnan(p) || std::isnan(a) || std::isnan(b)) return;
     if (bad_arguments(p, a, b)) return;
-    *result = solve(p, 1 - p, a, b).x;
+    const double pd = p;
+    *result = T(checked_solve(pd, 1 - pd, double(a), double(b)).x);
 }
 
 }  // namespace
@@ -173,9 +137,9 @@ template <class T> T betin(T p, T q, T a, T b, T* complement) {
         TraceFrame frame("korvs_betin");
         if (bad_arguments(std::min(p, q), a, b)) return mach<T>::nan;
     }
-    const Split<T> x = solve(p, q, a, b);
-    *complement = x.complement;
-    return x.x;
+    const Split x = checked_solve(p, q, a, b);
+    *complement = T(x.complement);
+    return T(x.x);
 }
 
 template <class T> T betin(T p, T a, T b) {

@@ -1,8 +1,10 @@
-// The binomial distribution function and probability in both precisions: the terms from
-// the nearer end of the distribution by the recurrence b(i) = b(i - 1) (n + 1 - i) p/(q i)
-// from b(0) = q^n, each term below the smallest number carried as a value times a power
-// of it and added only once it is representable; the upper end as the complement of the
-// sum of the reversed distribution.
+// The binomial distribution function and probability in both precisions. The probability
+// at k is C. Loader's saddle-point form (2000), from the deviances of k from n p and of
+// n - k from n q and Stirling's errors, so that it keeps its digits for any n; the
+// distribution function sums from k towards the nearer end of the support, each term the
+// one before times i q/((n - i + 1) p), until the rest is below a unit in the last place:
+// below the mean the lower tail, above it the upper tail taken from 1. Both twins compute
+// in double; the float twin rounds once.
 #include <cmath>
 
 #include "discrete.hpp"
@@ -14,13 +16,28 @@
 namespace korvs {
 namespace {
 
-// ln b(i; n, p) for 0 < i < n, from the deviances of i from np and of n - i from nq
-// (C. Loader, 2000): the logarithm keeps its digits where n is large.
-template <class T> T log_binomial_term(int i, int n, T p, T q) {
-    const T ti = T(i), tn = T(n), rest = T(n - i);
-    return -deviance(ti, tn * p) - deviance(rest, tn * q) +
-           T(0.5) * std::log(tn / (T(6.283185307179586) * ti * rest)) + stirling_error(tn) -
-           stirling_error(ti) - stirling_error(rest);
+// ln b(i; n, p) for 0 <= i <= n, q = 1 - p given apart.
+double log_binomial_term(int i, int n, double p, double q) {
+    if (i == 0) return n * std::log1p(-p);
+    if (i == n) return n * std::log(p);
+    const double ti = i, tn = n, rest = double(n) - i;
+    return -deviance(ti, tn * p) - deviance(rest, tn * q) + 0.5 * std::log(tn / (6.283185307179586 * ti * rest)) +
+           stirling_error(tn) - stirling_error(ti) - stirling_error(rest);
+}
+
+// The sum of b(i) from i = from away from the mode (down when step is -1, up when +1), to
+// the end of the support or until the rest is negligible; first is b(from).
+double tail_sum(int from, int step, int n, double p, double q, double first) {
+    double term = first, sum = first;
+    for (int i = from; step < 0 ? i > 0 : i < n; i += step) {
+        // b(i - 1)/b(i) = i q/((n - i + 1) p); b(i + 1)/b(i) = (n - i) p/((i + 1) q).
+        const double r = step < 0 ? i * q / ((n - i + 1.0) * p) : (n - i) * p / ((i + 1.0) * q);
+        term *= r;
+        sum += term;
+        // The ratios only fall from here: the rest is below term r/(1 - r).
+        if (term * r <= 0x1p-54 * sum * (1 - r) || term == 0) break;
+    }
+    return sum;
 }
 
 // korvs_f_binomial_cdf with cdf set, korvs_f_binpr without: P(X <= k) or P(X = k).
@@ -52,44 +69,22 @@ template <class T> void l_binomial_cdf(int k, int n, T p, bool cdf, T* result) {
         *result = k == n ? T(1) : T(0);
         return;
     }
-    // From the nearer end: above the mean, the sum of the reversed distribution up to n - k.
-    const bool reversed = T(k) > T(n) * p;
-    const T pw = reversed ? 1 - p : p;
-    const T qw = reversed ? p : 1 - p;
-    const int kw = reversed ? n - k : k;
-    const T small = 10 * mach<T>::tiny, log_small = std::log(small);
-
-    // b(0) = qw^n as value * small^count.
-    T log_t = T(n) * (reversed ? std::log(p) : std::log1p(-p));
-    int start = 0;
-    if (log_t < log_small && kw > 0) {
-        // The terms below small are only counted: start at the first that reaches it,
-        // found by bisection on the rising terms.
-        int lo = 0, hi = kw;
-        while (lo < hi) {
-            const int mid = lo + (hi - lo) / 2;
-            (mid > 0 && log_binomial_term(mid, n, pw, qw) >= log_small ? hi = mid : lo = mid + 1);
-        }
-        start = lo;
-        if (start > 0) log_t = log_binomial_term(start, n, pw, qw);
+    const double pd = p, qd = 1 - pd;
+    const double at_k = std::exp(log_binomial_term(k, n, pd, qd));
+    if (!cdf) {
+        *result = probability_of<T>(at_k);
+        return;
     }
-    long long count = log_t < log_small ? static_cast<long long>(log_t / log_small) : 0;
-    T t = std::exp(log_t - T(count) * log_small);
-    T sum = count == 0 ? t : T(0);
-    const T ratio = pw / qw;
-    for (int i = start + 1; i <= kw; ++i) {
-        t = t * (T(n - i + 1) * ratio) / T(i);
-        if (count > 0 && t >= 1) {
-            --count;
-            sum *= small;
-            t *= small;
-        }
-        if (count == 0) sum += t;
+    double value;
+    if (k <= n * pd) {
+        value = tail_sum(k, -1, n, pd, qd, at_k);
+    } else if (k == n) {
+        value = 1;
+    } else {
+        const double next = std::exp(log_binomial_term(k + 1, n, pd, qd));
+        value = 1 - tail_sum(k + 1, 1, n, pd, qd, next);
     }
-    if (count > 0) t = 0;
-    T value = reversed ? 1 - sum + t : sum;
-    if (!cdf) value = t;
-    *result = value < 0 ? T(0) : (value > 1 ? T(1) : value);
+    *result = probability_of<T>(value < 0 ? 0 : (value > 1 ? 1 : value));
 }
 
 }  // namespace

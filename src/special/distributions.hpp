@@ -3,7 +3,13 @@
 // double in the file of their family.
 #pragma once
 
+#include "frame/mach.hpp"
+
 namespace korvs {
+
+// A probability computed in double, as the twin returns it: rounded once, and 0 below the
+// twin's smallest normal number, where it underflows.
+template <class T> T probability_of(double v) { return v < double(mach<T>::tiny) ? T(0) : T(v); }
 
 // korvs_betin: the x in (0, 1) with I_x(a, b) = p, as the beta quantile solves it. Its
 // argument errors are raised in a frame of its own name.
@@ -13,10 +19,6 @@ template <class T> T betin(T p, T a, T b);
 // smaller of the two, and *complement receives 1 - x without the rounding of a
 // subtraction.
 template <class T> T betin(T p, T q, T a, T b, T* complement);
-
-// Owen's T function T(h, a) = 1/(2 pi) * integral from 0 to a of
-// exp(-h^2 (1 + x^2)/2)/(1 + x^2) dx.
-template <class T> T owens_t(T h, T a);
 
 // The deviance x - a - a ln(x/a) of a count a > 0 from a mean x >= 0, without the
 // cancellation of its terms near x = a.

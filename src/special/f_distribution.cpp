@@ -1,10 +1,12 @@
 // The F distribution function and its inverse in both precisions, through the beta
-// distribution: F(f; m, n) = 1 - I_x(n/2, m/2) with x = n/(m f + n) (or I_(1-x)(m/2, n/2)
-// where x would lie above 1/2), and the quantile from the beta quantile v of the larger
-// tail as f = (n/m) v/(1 - v); beyond v = 1 - eps the quantile is reported as infinite.
+// distribution: F(f; m, n) = I_x(m/2, n/2) with x = m f/(m f + n) and 1 - x = n/(m f + n),
+// each formed with its own relative precision, so that both tails keep their digits; the
+// quantile f = (n/m) v/(1 - v) from the beta quantile v and its complement, solved on the
+// smaller tail. Both twins compute in double; the float twin rounds once.
 #include <cmath>
 
 #include "api.hpp"
+#include "beta_ratio.hpp"
 #include "distributions.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
@@ -32,18 +34,12 @@ template <class T> void l_F_cdf(T f, T df_num, T df_den, T* result) {
         *result = T(0);
         return;
     }
-    // 1 - I_x(n/2, m/2) with x = n/(m f + n) where x < 1/2; below, x would round to 1 and
-    // take the digits of a small F with it, so the same value is I_(1-x)(m/2, n/2).
-    const T mf = f * df_num;
-    if (mf < df_den) {
-        const T value = api::beta_incomplete(mf / (mf + df_den), df_num / 2, df_den / 2);
-        if (korvs_n1rty(0) > 3) return;
-        *result = value;
+    const double m = df_num, n = df_den, mf = m * double(f);
+    if (std::isinf(mf)) {
+        *result = T(1);
         return;
     }
-    const T value = api::beta_incomplete(df_den / (mf + df_den), df_den / 2, df_num / 2);
-    if (korvs_n1rty(0) > 3) return;
-    *result = 1 - value;
+    *result = probability_of<T>(beta_ratios(m / 2, n / 2, mf / (mf + n), n / (mf + n)).lower);
 }
 
 template <class T> void l_F_inverse_cdf(T p, T df_num, T df_den, T* result) {
@@ -55,30 +51,18 @@ template <class T> void l_F_inverse_cdf(T p, T df_num, T df_den, T* result) {
     }
     if (df_num <= 0 || df_den <= 0) bad_df(df_num, df_den);
     if (korvs_n1rty(0) == 5) return;
-    const T a = df_num / 2, b = df_den / 2;
-    const T ratio = df_den / df_num;
-    // The solver returns 1 - v alongside v without the rounding of the subtraction, so a
-    // quantile near 0 or near infinity keeps its digits.
-    T v, complement;
-    bool finite;
-    if (p >= T(0.5)) {
-        v = betin(p, 1 - p, a, b, &complement);
-        finite = complement > mach<T>::eps;
-        if (finite) *result = v / complement * ratio;
-    } else {
-        // v is the beta quantile of 1 - p with the parameters exchanged: 1 - v is that of p.
-        v = betin(1 - p, p, b, a, &complement);
-        finite = v > 0;
-        if (finite) *result = complement / v * ratio;
-    }
-    if (korvs_n1rty(0) > 3) {
-        *result = mach<T>::nan;
-        return;
-    }
-    if (!finite || std::isinf(*result)) {
+    // v with I_v(m/2, n/2) = p, and 1 - v beside it without the rounding of a subtraction.
+    const double pd = p;
+    double complement;
+    const double v = betin(pd, 1 - pd, double(df_num) / 2, double(df_den) / 2, &complement);
+    if (korvs_n1rty(0) > 3) return;
+    const double f = v / complement * (double(df_den) / double(df_num));
+    if (!(f <= double(mach<T>::huge))) {
         korvs_ermes(4, 9008);
         *result = mach<T>::inf;
+        return;
     }
+    *result = T(f);
 }
 
 }  // namespace

@@ -214,6 +214,21 @@ template <class T> T r9lgmc(T x) {
     return csevl(2 * u * u - 1, correction_cs<T>.cs, correction_terms<T>) / x;
 }
 
+double gamma_small(double x) {
+    int n = static_cast<int>(x);
+    const double y = x - n;
+    double value = 0.9375 + csevl(2 * y - 1, gamma_cs<double>.cs, gamma_terms<double>);
+    if (n == 0) return value / x;
+    for (int i = 1; i < n; ++i)
+        value *= y + i;
+    return value;
+}
+
+double log_gamma_positive(double x) {
+    if (x <= 10) return std::log(gamma_small(x));
+    return ln_sqrt_2pi<double> + (x - 0.5) * std::log(x) - x + r9lgmc(x);
+}
+
 template <class T> T gamr(T x) {
     if (x <= 0 && std::trunc(x) == x) return T(0);
     if (std::abs(x) <= 10) {

@@ -52,6 +52,13 @@ template <class T> const GammaLimits<T>& r9gaml();
 // for x >= 10.
 template <class T> T r9lgmc(T x);
 
+// gamma(x) for 0 < x <= 20 and ln gamma(x) for x > 0, without a frame: the series,
+// recurrence and Stirling's form of korvs_gamma and korvs_log_gamma, which raise nothing
+// there, for the distribution functions that call them in their loops. Up to 20 the
+// recurrence stays within a few units.
+double gamma_small(double x);
+double log_gamma_positive(double x);
+
 // korvs_gamr: 1/gamma(x), 0 at the poles.
 template <class T> T gamr(T x);
 

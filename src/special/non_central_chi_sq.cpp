@@ -1,55 +1,140 @@
 // The non-central chi-squared distribution function and its inverse in both precisions.
-// The distribution function is the Poisson mixture sum over j of w_j P(df/2 + j, x/2),
-// w_j the Poisson probabilities of mean delta/2, summed from the largest weight outwards
-// (as in Ding's algorithm, C. G. Ding, Applied Statistics 41, 1992, Algorithm AS 275):
-// the central terms by the incomplete gamma ratio, their neighbours by the recurrences
-// P(a + 1, y) = P(a, y) - y^a e^-y/gamma(a + 1) and w_(j+1) = w_j (delta/2)/(j + 1), until
-// the terms, and the falling series of the rest, are below 100 eps. The inverse solves it
-// by bracket and secant.
+// The distribution function is the Poisson mixture sum over j of w_j P(df/2 + j, x/2), w_j
+// the Poisson probabilities of mean delta/2 (as in C. G. Ding, Applied Statistics 41,
+// 1992, Algorithm AS 275). Below the mean df + delta it sums the lower tails, each
+// P(a + j, y) = g_j S_j with g_j = y^(a+j) e^-y/gamma(a + j + 1) and S_j the sum of
+// Pearson's series, in one pass downwards from ten standard deviations above the largest
+// weight, where S_(j-1) = 1 + y S_j/(a + j) only adds; above the mean it sums the upper
+// tails Q(a + j, y) upwards, where Q(a + j + 1) = Q(a + j) + g_j only adds. Every term is
+// positive and the sums end relative to their own size, so both tails keep their
+// relative precision. The inverse solves it by bracket and secant on the smaller tail.
+// Both twins compute in double.
+#include <algorithm>
 #include <cmath>
 
 #include "api.hpp"
 #include "distributions.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
+#include "gamma_ratio.hpp"
 #include "korvstat.h"
 #include "root_finder.hpp"
 
 namespace korvs {
 namespace {
 
-constexpr int kMaxTerms = 1000000;
+constexpr int kMaxTerms = 2000000;
 
-// P(a, y) = gamma(a, y)/gamma(a): the power series below y = a + 1, the continued fraction
-// of the complement (evaluated by Lentz's method) above. Both take some sqrt(a) terms
-// near y = a, where a reaches 100000 here.
-template <class T> T gamma_ratio(T a, T y) {
-    const T eps = mach<T>::half_eps;
-    const T front = poisson_term(a, y);  // y^a e^-y / gamma(a + 1)
-    if (front == 0) return y < a ? T(0) : T(1);
-    if (y < a + 1) {
-        T term = 1, sum = 1;
-        for (int n = 1; n < kMaxTerms && term > eps * sum; ++n) {
-            term *= y / (a + T(n));
-            sum += term;
+// A positive number m 2^e, for products that leave the range of double before their sums
+// come back into it.
+struct Wide {
+    double m = 0;
+    int e = 0;
+    // e^l: ln 2 in two parts (W. J. Cody and W. Waite, 1980), the first with trailing
+    // zeros so that e times it is exact; one rounded ln 2 would cost |e| of its rounding.
+    static Wide from_log(double l) {
+        constexpr double ln2_hi = 0.6931471803691238, ln2_lo = 1.9082149292705877e-10;
+        const int e = int(std::floor(l / 0.6931471805599453));
+        return {std::exp((l - e * ln2_hi) - e * ln2_lo), e};
+    }
+    void times(double f) {
+        int k;
+        m = std::frexp(m * f, &k);
+        e += k;
+    }
+    double value() const { return std::ldexp(m, e); }
+};
+
+// sum += t s for t = m 2^e.
+void accumulate(Wide& sum, const Wide& t, double s) {
+    if (sum.m == 0) {
+        sum = {t.m * s, t.e};
+    } else if (t.e > sum.e) {
+        sum.m = std::ldexp(sum.m, sum.e - t.e) + t.m * s;
+        sum.e = t.e;
+    } else {
+        sum.m += std::ldexp(t.m * s, t.e - sum.e);
+    }
+    sum.times(1);
+}
+
+// The j about which the terms w_j g_j of the mixture are largest: their ratio
+// lambda y/(j (a + j)) is 1 there. The terms are anchored there, their logarithm the
+// smallest of them: its rounding, |ln t| units, carries into every term.
+int largest_term(double a, double y, double lambda) {
+    const double j = 0.5 * (std::sqrt(a * a + 4 * lambda * y) - a);
+    return j < 2e9 ? int(j) : 2000000000;
+}
+
+Wide anchor(double a, double y, double lambda, int j) {
+    return Wide::from_log(log_poisson_term(double(j), lambda) + log_gamma_front(a + j, y));
+}
+
+// Below the mean: sum of w_j g_j S_j from j_max down.
+double lower_mixture(double a, double y, double lambda) {
+    const int m = int(lambda);
+    const int top = m + int(10 * std::sqrt(lambda)) + 20;
+    // t_j = w_j g_j, anchored where the terms are largest and carried up to the top.
+    const int from = std::min(m, largest_term(a, y, lambda));
+    const Wide at_anchor = anchor(a, y, lambda, from);
+    Wide t = at_anchor;
+    for (int j = from + 1; j <= top; ++j) {
+        t.times(lambda / j);
+        t.times(y / (a + j));
+    }
+    double s = lower_gamma_scaled(a + top, y);
+    Wide sum;
+    for (int j = top; j >= 0; --j) {
+        if (j == from) t = at_anchor;  // not the anchor's value carried up and back
+        accumulate(sum, t, s);
+        if (j == 0) break;
+        // term_(j-1)/term_j = j (a + j)/(lambda y) (1/S_j + y/(a + j)); it only falls
+        // from here down, and once below 1 the rest is below term r/(1 - r).
+        const double r = j / lambda * ((a + j) / y / s + 1);
+        if (j < m && r < 1) {
+            Wide rest = t;
+            rest.times(s * r / (1 - r));
+            if (rest.e < sum.e - 55 || (rest.e == sum.e - 55 && rest.m < sum.m)) break;
         }
-        return front * sum;
+        s = 1 + y / (a + j) * s;
+        t.times(j / lambda);
+        t.times((a + j) / y);
     }
-    const T floor = mach<T>::tiny / mach<T>::eps;
-    T b = y + 1 - a, c = 1 / floor, d = 1 / b, h = d;
-    for (int i = 1; i < kMaxTerms; ++i) {
-        const T an = -T(i) * (T(i) - a);
-        b += 2;
-        d = an * d + b;
-        if (std::abs(d) < floor) d = floor;
-        c = b + an / c;
-        if (std::abs(c) < floor) c = floor;
-        d = 1 / d;
-        const T delta = d * c;
-        h *= delta;
-        if (std::abs(delta - 1) <= eps) break;
+    return sum.value();
+}
+
+// Above the mean: sum of w_j Q(a + j, y) from j_min up, Q_j = g_j R_j with
+// R_(j+1) = (R_j + 1)(a + j + 1)/y.
+double upper_mixture(double a, double y, double lambda) {
+    const int m = int(lambda);
+    const int bottom = std::max(0, m - int(10 * std::sqrt(lambda)) - 20);
+    const int from = std::max(m, largest_term(a, y, lambda));
+    const Wide at_anchor = anchor(a, y, lambda, from);
+    Wide t = at_anchor;
+    for (int j = from; j > bottom; --j) {
+        t.times(j / lambda);
+        t.times((a + j) / y);
     }
-    return 1 - a * front * h;
+    // R = Q/g = (a + j) e^y y^-(a+j) gamma(a + j, y) = (a + j) upper_gamma_scaled.
+    double r = (a + bottom) * upper_gamma_scaled(a + bottom, y);
+    Wide sum;
+    for (int j = bottom; j < bottom + kMaxTerms; ++j) {
+        if (j == from) t = at_anchor;
+        accumulate(sum, t, r);
+        const double next = (r + 1) * (a + j + 1) / y;
+        // term_(j+1)/term_j = lambda/(j + 1) y/(a + j + 1) R_(j+1)/R_j; it only falls from
+        // here up.
+        const double ratio = lambda / (j + 1) * (y / (a + j + 1)) * (next / r);
+        if (j > m && ratio < 1) {
+            Wide rest = t;
+            rest.times(r * ratio / (1 - ratio));
+            if (rest.e < sum.e - 55 || (rest.e == sum.e - 55 && rest.m < sum.m)) break;
+        }
+        t.times(lambda / (j + 1));
+        t.times(y / (a + j + 1));
+        r = next;
+    }
+    return sum.value();
 }
 
 template <class T> bool bad_arguments(T df, T delta) {
@@ -69,6 +154,18 @@ template <class T> bool bad_arguments(T df, T delta) {
     return korvs_n1rty(0) == 5;
 }
 
+// Both tails at x > 0, delta > 0: the smaller one summed.
+Tails non_central_chi_sq(double x, double df, double delta) {
+    if (std::isinf(x)) return {1, 0};
+    const double a = df / 2, y = x / 2, lambda = delta / 2;
+    if (x < df + delta) {
+        const double p = lower_mixture(a, y, lambda);
+        return {p, 1 - p};
+    }
+    const double q = upper_mixture(a, y, lambda);
+    return {1 - q, q};
+}
+
 template <class T> void l_csndf(T x, T df, T delta, T* result) {
     *result = mach<T>::nan;
     if (std::isnan(x) || std::isnan(df) || std::isnan(delta)) return;
@@ -79,57 +176,12 @@ template <class T> void l_csndf(T x, T df, T delta, T* result) {
         *result = T(0);
         return;
     }
-    if (delta <= T(1e-10)) {
+    // Below eps, delta moves the value by less than its rounding.
+    if (delta < mach<T>::eps) {
         *result = api::chi_squared_cdf(x, df);
         return;
     }
-    if (std::isinf(x)) {
-        *result = T(1);
-        return;
-    }
-    const T limit = 100 * mach<T>::eps;
-    const T lambda = delta / 2, y = x / 2, half_df = df / 2;
-    int m = static_cast<int>(lambda);
-    if (m == 0) m = 1;
-    const T w_m = poisson_term(T(m), lambda);
-    const T p_m = gamma_ratio(half_df + T(m), y);
-    const T g_m = poisson_term(half_df + T(m), y);  // P(a_m, y) - P(a_m + 1, y)
-    T sum = w_m * p_m;
-
-    // Upwards the weights and the ratios both fall. A sum ends once its terms fall below
-    // 100 eps by so much that the rest, a series falling at least at the ratio r of the
-    // last two terms, is below that too: term r/(1 - r) < 100 eps.
-    auto done = [limit](T term, T previous) {
-        const T r = previous > 0 ? term / previous : T(0);
-        return term < limit && r < 1 && term * r < limit * (1 - r);
-    };
-    T w = w_m, p = p_m, g = g_m;
-    T previous = w_m * p_m;
-    for (int j = m + 1; j < m + kMaxTerms; ++j) {
-        w *= lambda / T(j);
-        p -= g;
-        if (p < 0) p = 0;
-        g *= y / (half_df + T(j));
-        const T term = w * p;
-        sum += term;
-        if (term == 0 || done(term, previous)) break;
-        previous = term;
-    }
-    // Downwards the ratios rise while the weights fall: the terms may grow at first.
-    w = w_m;
-    p = p_m;
-    g = g_m;
-    previous = w_m * p_m;
-    for (int j = m - 1; j >= 0; --j) {
-        w *= T(j + 1) / lambda;
-        g *= (half_df + T(j + 1)) / y;
-        p += g;
-        const T term = w * p;
-        sum += term;
-        if (done(term, previous)) break;
-        previous = term;
-    }
-    *result = sum < 0 ? T(0) : (sum > 1 ? T(1) : sum);
+    *result = probability_of<T>(non_central_chi_sq(x, df, delta).lower);
 }
 
 template <class T> void l_csnin(T p, T df, T delta, T* result) {
@@ -141,11 +193,22 @@ template <class T> void l_csnin(T p, T df, T delta, T* result) {
     }
     if (bad_arguments(df, delta)) return;
     if (korvs_n1rty(0) == 5) return;
-    const T start = api::chi_squared_inverse_cdf(p, df) + delta;
+    const double start = double(api::chi_squared_inverse_cdf(p, df)) + double(delta);
     if (korvs_n1rty(0) > 3) return;
+    const double pd = p, n = df, d = delta;
     static constexpr QuantileCodes codes{30064, 3, 30065, 3};
-    *result = find_quantile([df, delta](T x) { return api::non_central_chi_sq(x, df, delta); }, p, start,
-                            T(0), codes, bracket_inserts(p));
+    // Above the median the search runs on -Q(x), which rises to -(1 - p), exact from 1/2 up.
+    const bool lower = pd <= 0.5;
+    auto cdf = [n, d, lower](double x) {
+        if (d < mach<double>::eps) {
+            const Tails c = gamma_ratios(n / 2, x / 2);
+            return lower ? c.lower : -c.upper;
+        }
+        const Tails v = non_central_chi_sq(x, n, d);
+        return lower ? v.lower : -v.upper;
+    };
+    *result = T(find_quantile(cdf, lower ? pd : pd - 1, start, 0.0, codes, bracket_inserts(pd), lower ? 0.0 : -1.0,
+                              pd));
 }
 
 }  // namespace

@@ -1,18 +1,23 @@
-// The non-central t distribution function and its inverse in both precisions. The
-// distribution function is D. B. Owen's finite series for integer degrees of freedom
-// (Technometrics 7, 1965; Biometrika 55, 1968): with A = t/sqrt(df), B = df/(df + t^2),
-// odd df give Phi(-delta sqrt(B)) + 2 T(delta sqrt(B), A) + 2 (M_1 + M_3 + ...) and even
-// df Phi(-delta) + sqrt(2 pi) (M_0 + M_2 + ...), the M_k of Owen's recurrence up to
-// k = df - 2. The series is good to a few eps absolute, not relative: a far lower tail
-// is the difference of larger terms. Its work grows with df. The inverse solves it by
-// bracket and secant from the normal quantile shifted by delta.
+// The non-central t distribution function and its inverse in both precisions. With S the
+// chi variable sqrt(chi^2_df/df), P(T <= t) = integral over s of Phi(t s - delta) g(s),
+// g the density of S: an integrand whose logarithm is concave, integrated by
+// log_concave.hpp wherever its mass lies (the central region of S narrows as 1/sqrt(df),
+// so the work does not grow with df). Each tail is such an integral, P(T > t) that of
+// Phi(delta - t s): the smaller is formed, so both keep their relative precision. This
+// takes the place of D. B. Owen's finite series (Technometrics 7, 1965), which is only
+// absolutely accurate and whose work grows with df. The inverse solves it by bracket and
+// secant from the normal quantile shifted by delta, on the logarithm of the smaller tail.
+// Both twins compute in double.
 #include <cmath>
 
 #include "api.hpp"
 #include "distributions.hpp"
+#include "erf.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
+#include "gamma_ratio.hpp"
 #include "korvstat.h"
+#include "log_concave.hpp"
 #include "root_finder.hpp"
 
 namespace korvs {
@@ -23,47 +28,79 @@ void bad_df(int df) {
     korvs_ermes(5, 11021);
 }
 
-template <class T> T owen_series(T t, int df, T delta) {
-    const T two_pi = 4 * std::asin(T(1));
-    const T root_two_pi = std::sqrt(two_pi);
-    const T n = T(df);
-    const T a = t / std::sqrt(n);
-    const T b = n / (n + t * t);
-    const T sb = std::sqrt(b);
-    const T da = delta * a;
-    if (df == 1) return api::normal_cdf(-delta * sb) + 2 * owens_t(delta * sb, a);
-    // M_0 = A sqrt(B) phi(delta sqrt(B)) Phi(delta A sqrt(B)),
-    // M_1 = B (delta A M_0 + A phi(delta)/sqrt(2 pi)),
-    // M_k = (k - 1)/k B (a_k delta A M_(k-1) + M_(k-2)), a_2 = 1, a_k = 1/((k - 2) a_(k-1)).
-    const T m0 = a * sb * std::exp(-delta * delta * b / 2) / root_two_pi * api::normal_cdf(da * sb);
-    const T m1 = b * (da * m0 + a * std::exp(-delta * delta / 2) / two_pi);
-    const T base =
-        df % 2 == 1 ? api::normal_cdf(-delta * sb) + 2 * owens_t(delta * sb, a) : api::normal_cdf(-delta);
-    const T eps = mach<T>::eps;
-    T odd = m1, even = m0;
-    T older = m0, old = m1, ak = 1, last_pair = std::abs(m0) + std::abs(m1);
-    for (int k = 2; k <= df - 2; k += 2) {
-        // A pair of terms, M_k and M_(k+1) (the latter while k + 1 <= df - 2).
-        if (k >= 3) ak = 1 / (T(k - 2) * ak);
-        const T mk = T(k - 1) / T(k) * b * (ak * da * old + older);
-        even += mk;
-        T pair = std::abs(mk);
-        older = old;
-        old = mk;
-        if (k + 1 <= df - 2) {
-            ak = 1 / (T(k - 1) * ak);
-            const T mk1 = T(k) / T(k + 1) * b * (ak * da * old + older);
-            odd += mk1;
-            pair += std::abs(mk1);
-            older = old;
-            old = mk1;
-        }
-        const T scale = std::abs(base) + (df % 2 == 1 ? 2 * std::abs(odd) : root_two_pi * std::abs(even));
-        // Two terms that are exactly 0 make every later one 0.
-        if (pair <= eps * scale && (pair < last_pair || (old == 0 && older == 0))) break;
-        last_pair = pair;
+// P(T <= t) for df degrees of freedom as the integral of Phi(t s - delta) g(s) ds.
+// ln g(1 + u) = ln(df/pi)/2 - stirling(df/2) + df (ln(1 + u) - u) - ln(1 + u) - df u^2/2.
+// Where the mass lies near s = 1 (at a large df within 1/sqrt(df) of it) the variable is
+// u = s - 1: nodes formed in s would carry the spacing of the numbers near 1 into u (1e-12
+// of the value at df = 1e8). Where it lies below s = 1/2 (a small df far in the lower tail,
+// the mass crowding towards s = 0 on a scale of 1/|t|) it is v = c s, c = max(1, |t|), which
+// keeps its relative precision there and keeps the curvature t^2 in range at any t. The
+// slope of the log-concave integrand at s = 1/2 tells which.
+struct ChiIntegrand {
+    double t, df, delta, base;
+    bool near_one;  // the variable is u = s - 1, else v = c s
+    double c, log_c;
+
+    ChiIntegrand(double t_, double df_, double delta_)
+        : t(t_), df(df_), delta(delta_),
+          base(0.5 * std::log(df_ / 3.141592653589793) - stirling_error(df_ / 2)) {
+        // The sign of the slope at s = 1/2: (df - 1)/s - df s + t phi(z)/Phi(z).
+        near_one = (df - 1) / 0.5 - df * 0.5 + t * normal_log(0.5 * t - delta).ratio >= 0;
+        c = near_one ? 1 : std::fmax(1, std::abs(t));
+        log_c = std::log(c);
     }
-    return df % 2 == 1 ? base + 2 * odd : base + root_two_pi * even;
+    // ln g(s) less ln c, from u = s - 1 where that is small, else from ln s = ln v - ln c.
+    double log_g(double s, double u, double log_s) const {
+        return std::abs(u) < 0.5 ? base + df * log1pmx(u) - std::log1p(u) - 0.5 * df * u * u - log_c
+                                 : base + (df == 1 ? 0 : (df - 1) * log_s) - 0.5 * df * (s * s - 1) - log_c;
+    }
+    LogPoint operator()(double w) const {
+        const double s = near_one ? 1 + w : w / c, u = near_one ? w : s - 1;
+        const double z = near_one ? (t - delta) + t * u : (t / c) * w - delta;
+        const NormalLog n = normal_log(z);
+        const double k = t / c;  // dz/dw
+        // d/dw of (df - 1) ln s - df s^2/2: (df - 1)/(s c) - df s/c.
+        const double power = df == 1 ? 0 : (df - 1) / (near_one ? s : w);
+        return LogPoint{log_g(s, u, near_one ? std::log1p(u) : std::log(w) - log_c) + n.log_phi,
+                        power - df * s / c + k * n.ratio,
+                        -power / (near_one ? s : w) - df / c / c - k * k * n.bend};
+    }
+    // A start for the maximum: with ln Phi(z) taken as -z^2/2 it is the root of
+    // (df - 1)/s - df s - t (t s - delta) = 0, in the variable (in r = 1/t where |t| > 1).
+    double start() const {
+        if (near_one) return 0;
+        double v;
+        if (std::abs(t) > 1) {
+            const double r = 1 / t, e = 1 + df * r * r;
+            v = (delta * (r > 0 ? 1 : -1) + std::sqrt(delta * delta + 4 * e * (df - 1))) / (2 * e);
+        } else {
+            const double e = df + t * t;
+            v = (t * delta + std::sqrt(t * t * delta * delta + 4 * e * (df - 1))) / (2 * e);
+        }
+        return std::isfinite(v) ? std::fmax(v, 0.0) : 0.25 * c;
+    }
+};
+
+double lower_tail(double t, double df, double delta) {
+    const ChiIntegrand f(t, df, delta);
+    const ScaledIntegral v = integrate_log_concave(f, f.near_one ? -1.0 : 0.0, mach<double>::inf, f.start());
+    return v.mantissa * std::exp(v.shift);
+}
+
+// Both tails of T at t, the smaller one formed.
+Tails non_central_t(double t, double df, double delta) {
+    if (t == 0) {
+        const double p = normal_lower(-delta);
+        return {p, normal_lower(delta)};
+    }
+    // Which tail is the smaller, by the normal approximation of (T (1 - 1/(4 df)) - delta).
+    const bool lower = t * (1 - 0.25 / df) < delta;
+    double v = lower ? lower_tail(t, df, delta) : lower_tail(-t, df, -delta);
+    if (v > 0.75) {  // the approximation chose the larger tail: form the other
+        const double w = lower ? lower_tail(-t, df, -delta) : lower_tail(t, df, delta);
+        return lower ? Tails{1 - w, w} : Tails{w, 1 - w};
+    }
+    return lower ? Tails{v, 1 - v} : Tails{1 - v, v};
 }
 
 template <class T> void l_tndf(T t, int df, T delta, T* result) {
@@ -81,9 +118,28 @@ template <class T> void l_tndf(T t, int df, T delta, T* result) {
         *result = T(0);
         return;
     }
-    const T value = owen_series(t, df, delta);
-    *result = value < 0 ? T(0) : (value > 1 ? T(1) : value);
+    *result = probability_of<T>(non_central_t(t, df, delta).lower);
 }
+
+// The quantile is searched in y = asinh(t) on h(y) = ln(G(sinh y)/g), G the tail that is
+// g = min(p, 1 - p) (its sign turned so that h rises with y): a tail that falls as a power
+// of |t| (small df) is a straight line in y there, one that falls as a normal tail a
+// parabola near the body, so that the bracket of find_quantile spans any t from the
+// normal start in a few steps and its secant converges in a few more. Its tolerance is
+// relative to y, which leaves |y| units of t's: beyond |t| = 4 one secant step in t itself
+// follows.
+struct TailLog {
+    int df;
+    double delta, g;
+    bool lower;
+    double at(double t) const {
+        const Tails v = non_central_t(t, df, delta);
+        const double ratio = (lower ? v.lower : v.upper) / g;
+        // The log of a tail that underflowed to 0 (-inf) is held finite for the secant.
+        const double h = ratio > 0 ? std::log(ratio) : -2000.0;
+        return lower ? h : -h;
+    }
+};
 
 template <class T> void l_tnin(T p, int df, T delta, T* result) {
     *result = mach<T>::nan;
@@ -94,15 +150,43 @@ template <class T> void l_tnin(T p, int df, T delta, T* result) {
     }
     if (df < 1) bad_df(df);
     if (korvs_n1rty(0) == 5) return;
-    const T start = api::normal_inverse_cdf(p) + delta;
+    const double pd = p, d = delta;
+    const bool lower = pd <= 0.5;
+    const TailLog tail{df, d, lower ? pd : 1 - pd, lower};
+    // The widest y whose t is a number: beyond it the quantile is infinite.
+    const double y_max = std::asinh(mach<double>::huge) * (1 - 0x1p-50);
+    auto t_of = [y_max](double y) { return std::sinh(std::fmax(-y_max, std::fmin(y_max, y))); };
     static constexpr QuantileCodes codes{30060, 5, 9053, 3};
-    *result = find_quantile([df, delta](T t) { return api::non_central_t_cdf(t, df, delta); }, p, start,
-                            mach<T>::minus_inf, codes,
-                            [p, df, delta](T, T) {
-                                insert_real(1, p);
-                                korvs_e1sti(2, df);
-                                insert_real(3, delta);
-                            });
+    auto inserts = [p, df, delta](double, double) {
+        insert_real(1, p);
+        korvs_e1sti(2, df);
+        insert_real(3, delta);
+    };
+    const double start = std::asinh(double(api::normal_inverse_cdf(p)) + d);
+    // Beyond the widest y, h is taken as -1 below and 1 above: a step of h there that the
+    // search finds as it finds a root, and that the check below tells from one.
+    auto h = [&](double v) { return v <= -y_max ? -1.0 : v >= y_max ? 1.0 : tail.at(t_of(v)); };
+    const double y = find_quantile(h, 0.0, start, mach<double>::minus_inf, codes, inserts, 0.0, pd);
+    if (korvs_n1rty(0) > 3 || std::isnan(y)) return;
+    double t = t_of(y);
+    if (std::abs(y) >= y_max * (1 - 0x1p-40)) {
+        // The root lies beyond the numbers where h at the end is still on the root's side
+        // of 0: above 0 at the lower end, below it at the upper.
+        const double end = tail.at(t_of(y > 0 ? y_max : -y_max));
+        if (y > 0 ? end < 0 : end > 0) t = y > 0 ? mach<double>::inf : mach<double>::minus_inf;
+    } else if (std::abs(t) > 4) {
+        const double h0 = tail.at(t), t1 = t * (1 + 0x1p-26), h1 = tail.at(t1);
+        if (h0 != 0 && h1 != h0) {
+            const double next = t - h0 * (t1 - t) / (h1 - h0);
+            if (std::abs(next - t) < 0x1p-30 * std::abs(t)) t = next;  // a step that stays near
+        }
+    }
+    if (!(std::abs(t) <= double(mach<T>::huge))) {
+        korvs_ermes(4, 9008);
+        *result = t > 0 ? mach<T>::inf : mach<T>::minus_inf;
+        return;
+    }
+    *result = T(t);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // distribution function is erfc scaled; the inverse is one rational approximation of
 // the inverse error function with seven-digit coefficients in both twins, so that
 // statistics built on it give the same digits in either: about 1e-7 relative.
+#include <algorithm>
 #include <cmath>
 
 #include "api.hpp"
@@ -45,7 +46,10 @@ template <class T> T inverse_erf_approximation(T p) {
                 T(0.5751703) * v /
                     (v - T(3.293474) - T(1.896513) / (v - T(2.374996) - T(0.05496261) / (v - T(1.187515)))));
     }
-    T w = std::sqrt(-std::log((1 - u) * (1 + u)));
+    // (1 - u)(1 + u) as q (2 - q), q = 2 min(p, 1 - p) exact: 1 - u would have lost the
+    // digits of p that 1 - 2p rounded away.
+    const T q = 2 * std::min(p, 1 - p);
+    T w = std::sqrt(-std::log(q * (2 - q)));
     if (w < T(2.5)) {
         T a = w * (w * (T(0.05073975) * w - T(0.2368201)) - T(0.1314774));
         T b = ((w - T(7.586103)) * w + T(21.98546)) * w - T(44.27977);

@@ -27,9 +27,10 @@ struct QuantileCodes {
     int rounds = 100;  // the limit of the doublings and of the refinement each
 };
 
-// cdf(x) gives F(x); lower is the lower end of the support, where F is 0 (below it F is
-// not called), or -infinity. no_bracket_inserts(a, b) fills the inserts of the first
-// failure from the ends of the last step.
+// cdf(x) gives F(x); lower is the lower end of the support, where F is at_lower (below it
+// F is not called), or -infinity. no_bracket_inserts(a, b) fills the inserts of the first
+// failure from the ends of the last step. A search on the upper tail passes -(1 - F) for
+// F, p - 1 for p and -1 for at_lower, and the caller's p to report.
 // The usual inserts of the first failure: reals 1, 2 = the ends of the last step, 3 = p.
 template <class T> auto bracket_inserts(T p) {
     return [p](T a, T b) {
@@ -40,13 +41,14 @@ template <class T> auto bracket_inserts(T p) {
 }
 
 template <class T, class Cdf, class Inserts>
-T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inserts no_bracket_inserts) {
+T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inserts no_bracket_inserts,
+                T at_lower = 0, T report_p = mach<T>::nan) {
     const T tol = 10 * mach<T>::eps;
     const T nan = mach<T>::nan;
     bool failed = false;
     // F(x) - p; an underflow alert of F is harmless, any failure of F ends the search.
     auto f = [&](T x) -> T {
-        if (x <= lower) return -p;
+        if (x <= lower) return at_lower - p;
         T value = cdf(x);
         if (korvs_n1rty(0) > 3) failed = true;
         clear_alert();
@@ -145,7 +147,7 @@ T find_quantile(Cdf cdf, T p, T start, T lower, const QuantileCodes& codes, Inse
         previous_width = width;
     }
     const T mid = (xl + xu) / 2;
-    insert_real(1, p);
+    insert_real(1, std::isnan(report_p) ? p : report_p);
     insert_real(2, mid);
     korvs_ermes(codes.no_convergence_type, codes.no_convergence);
     return mid;

@@ -1,29 +1,28 @@
-// Student's t distribution function and its inverse in both precisions, after G. W. Hill,
-// Algorithms 395 and 396 (Comm. ACM 13, 1970): the incomplete beta function where
-// t^2 >= df; for integer df Hill's nested sum of the cosine series, or his series of the
-// tail for large t; otherwise his normalising transformation to the normal tail. The
-// inverse is Hill's expansion about the normal quantile, exact forms at df = 1 and 2, and
-// the beta quantile for 1 < df < 2.
+// Student's t distribution function and its inverse in both precisions. The distribution
+// function is the incomplete beta function I_x(df/2, 1/2), x = df/(df + t^2), of
+// beta_ratio.cpp, which keeps the digits of both tails at every df; for integer df where
+// G. W. Hill's finite sums apply (Algorithm 395, Comm. ACM 13, 1970: below 20, or up to
+// 200 with t^2 < 4) those, with 2/pi to full precision. The inverse starts from Hill's
+// Algorithm 396 (exact at df = 1 and 2, his expansion about the normal quantile above) and
+// is refined by Newton's method on the logarithm of the tail. Both twins compute in
+// double; the float twin rounds once.
 #include <algorithm>
 #include <cmath>
 
 #include "api.hpp"
-#include "distributions.hpp"
+#include "beta_ratio.hpp"
+#include "erf.hpp"
 #include "frame/frame.hpp"
 #include "frame/mach.hpp"
 #include "gamma.hpp"
 #include "korvstat.h"
+#include "quantile_newton.hpp"
 
 namespace korvs {
 namespace {
 
-// Hill's constants, kept as he and the single-precision twin have them: 2/pi to 14
-// digits in the cosine series, and 2/pi and pi/2 rounded to single precision in the tail
-// series and the quantile. The double twin carries their rounding (2e-15, 4e-8, 2e-7).
-template <class T> constexpr T two_over_pi_14 = T(0.63661977236758);
-template <class T> constexpr T two_over_pi_single = T(0.6366197466850281);
-template <class T> constexpr T half_pi_single = T(1.570796012878418);
-template <class T> constexpr T sqrt_half = T(0.7071067811865476);
+constexpr double kTwoOverPi = 0.6366197723675814;
+constexpr double kHalfPi = 1.5707963267948966;
 
 // A bound on the terms of the tail series: y = t^2/df >= 4/19 there, so the ratio of its
 // terms stays below 0.83 and some 200 terms reach any precision.
@@ -33,12 +32,12 @@ bool is_integer(double v) { return v == std::trunc(v); }
 
 // Hill's nested summation of the cosine series for integer n: the two-tail probability
 // P(|T| > |t|), for t^2 < 4.
-template <class T> T cosine_sum(T y, T b, int n) {
-    const T root_y = std::sqrt(y);
-    T a = n == 1 ? T(0) : root_y;
+double cosine_sum(double y, double b, int n) {
+    const double root_y = std::sqrt(y);
+    double a = n == 1 ? 0 : root_y;
     for (int k = n - 2; k > 1; k -= 2)
-        a = T(k - 1) / (b * T(k)) * a + root_y;
-    a = n % 2 == 0 ? a / std::sqrt(b) : (std::atan(root_y) + a / b) * two_over_pi_14<T>;
+        a = double(k - 1) / (b * k) * a + root_y;
+    a = n % 2 == 0 ? a / std::sqrt(b) : (std::atan(root_y) + a / b) * kTwoOverPi;
     return 1 - a;
 }
 
@@ -46,34 +45,46 @@ template <class T> T cosine_sum(T y, T b, int n) {
 // of the incomplete beta ratio I_u(n/2, 1/2) with u = 1/b:
 // 2 u^(n/2) / (n B(n/2, 1/2)) * sum over k of c_k u^k n/(n + 2k), c_k = (1/2)_k / k!.
 // The factor of u^(n/2) and the beta function is the downward product of (j - 1)/(j b).
-template <class T> T tail_series(T b, int n) {
-    T s = 1, c = 1;
+double tail_series(double b, int n) {
+    double s = 1, c = 1;
     for (int j = 2; j < 2 * kMaxTailTerms; j += 2) {
-        c *= T(j - 1) / (b * T(j));
-        const T next = s + c * T(n) / T(n + j);
+        c *= double(j - 1) / (b * j);
+        const double next = s + c * n / (n + j);
         if (next == s) break;
         s = next;
     }
-    T f = 1;
-    for (int j = n; j > 1 && f >= T(1e-30); j -= 2)
-        f *= T(j - 1) / (T(j) * b);
-    if (n % 2 == 1) f *= two_over_pi_single<T> / std::sqrt(b);
+    double f = 1;
+    for (int j = n; j > 1; j -= 2)
+        f *= double(j - 1) / (j * b);
+    if (n % 2 == 1) f *= kTwoOverPi / std::sqrt(b);
     return f * s;
 }
 
-// Hill's normalising transformation of t with df degrees of freedom into a normal
-// deviate y; the two-tail probability is erfc(y/sqrt(2)).
-template <class T> T hill_normal_tail(T t2, T df) {
-    if (std::isinf(df)) return api::erfc(sqrt_half<T> * std::sqrt(t2));  // t is normal
-    const T a = df - T(0.5);
-    const T b = 48 * a * a;
-    T y = a * std::log1p(t2 / df);
-    y = std::sqrt(y) *
-        (((((T(-0.4) * y - T(3.3)) * y - 24) * y - T(85.5)) / (T(0.8) * y * y + 100 + b) + y + 3) / b + 1);
-    if (y >= T(18.8125)) return T(0);
-    T tail = api::erfc(sqrt_half<T> * y);
-    clear_alert();  // erfc underflows harmlessly in the float twin's far tail
-    return tail;
+// The two-tail probability q = I_x(n/2, 1/2) at x = n/(n + t^2) and the factor
+// x^(n/2) (1 - x)^(1/2)/B(n/2, 1/2), with x and 1 - x each formed with its own relative
+// precision. Where x would leave the range of numbers (|t| beyond 1e150) the first term of
+// the power series, x^(n/2)/((n/2) B(n/2, 1/2)) with x^(n/2) = (sqrt(n)/|t|)^n: the next is x
+// times smaller.
+struct TwoTail {
+    double q, front, x, y;
+};
+double far_front(double t, double n) {
+    const double log_b = log_gamma_positive(n / 2) + 0.5723649429247001 - log_gamma_positive(n / 2 + 0.5);
+    return std::pow(std::sqrt(n) / std::abs(t), n) / std::exp(log_b);
+}
+TwoTail two_tail(double t, double n) {
+    const double t2 = t * t;
+    if (t2 < 1e300) {
+        const double x = n / (n + t2), y = t2 / (n + t2);
+        return {beta_ratios(n / 2, 0.5, x, y).lower, beta_front(n / 2, 0.5, x, y), x, y};
+    }
+    const double front = far_front(t, n);
+    return {front / (n / 2), front, 0, 1};
+}
+// The probability alone, for the distribution function.
+double two_tail_probability(double t, double n) {
+    const double t2 = t * t;
+    return t2 < 1e300 ? beta_ratios(n / 2, 0.5, n / (n + t2), t2 / (n + t2)).lower : far_front(t, n) / (n / 2);
 }
 
 template <class T> void l_t_cdf(T t, T df, T* result) {
@@ -93,57 +104,65 @@ template <class T> void l_t_cdf(T t, T df, T* result) {
         return;
     }
     if (std::isnan(df)) return;
-    const T t2 = t * t;
-    T tail;
-    if (df <= t2) {
-        const T p = api::beta_incomplete(df / (df + t2), df / 2, T(0.5));
-        if (korvs_n1rty(0) > 3) return;
-        tail = p;
+    const double n = df, t2 = double(t) * double(t);
+    double q;  // P(|T| > |t|)
+    if (std::isinf(n)) {
+        q = 2 * normal_lower(-std::abs(double(t)));  // t is normal
+    } else if (n > t2 && is_integer(n) && n < 20) {
+        const double y = t2 / n, b = 1 + y;
+        q = t2 < 4 ? cosine_sum(y, b, int(n)) : tail_series(b, int(n));
     } else {
-        const T y = t2 / df;
-        const T b = 1 + y;
-        const bool integral = is_integer(df);
-        if (integral && (df < 20 || (df <= 200 && t2 < 4))) {
-            const int n = static_cast<int>(df);
-            tail = t2 < 4 ? cosine_sum(y, b, n) : tail_series(b, n);
-        } else {
-            tail = hill_normal_tail(t2, df);
-        }
+        q = two_tail_probability(t, n);
     }
-    *result = t <= 0 ? T(0.5) * tail : 1 - T(0.5) * tail;
+    *result = T(t <= 0 ? 0.5 * q : 1 - 0.5 * q);
 }
 
-// Hill's quantile for the two-tail probability q, df >= 2 and not 2: his expansion of
-// the t quantile in the normal one where x = d q is not small, his series in
-// y = x^(2/df) otherwise.
-template <class T> T hill_quantile(T q, T df) {
-    const T a = 1 / (df - T(0.5));
-    const T b = 48 / (a * a);
-    T c = ((20700 * a / b - 98) * a - 16) * a + T(96.36);
-    const T d = ((T(94.5) / (b + c) - 3) / b + 1) * std::sqrt(a * half_pi_single<T>) * df;
-    T x = d * q;
-    T y = std::pow(x, 2 / df);
-    if (y > T(0.05) + a) {
-        x = api::normal_inverse_cdf(T(0.5) * q);  // the lower tail: x < 0
+// Hill's quantile for the two-tail probability q, df > 2: his expansion of the t quantile
+// in the normal one where x = d q is not small, his series in y = x^(2/df) otherwise.
+double hill_quantile(double q, double df) {
+    const double a = 1 / (df - 0.5);
+    const double b = 48 / (a * a);
+    double c = ((20700 * a / b - 98) * a - 16) * a + 96.36;
+    const double d = ((94.5 / (b + c) - 3) / b + 1) * std::sqrt(a * kHalfPi) * df;
+    double x = d * q;
+    double y = std::pow(x, 2 / df);
+    if (y > 0.05 + a) {
+        x = api::normal_inverse_cdf(0.5 * q);  // the lower tail: x < 0
         y = x * x;
-        if (df < 5) c += T(0.3) * (df - T(4.5)) * (x + T(0.6));
-        c = (((T(0.05) * d * x - 5) * x - 7) * x - 2) * x + b + c;
-        y = (((((T(0.4) * y + T(6.3)) * y + 36) * y + T(94.5)) / c - y - 3) / b + 1) * x;
+        if (df < 5) c += 0.3 * (df - 4.5) * (x + 0.6);
+        c = (((0.05 * d * x - 5) * x - 7) * x - 2) * x + b + c;
+        y = (((((0.4 * y + 6.3) * y + 36) * y + 94.5) / c - y - 3) / b + 1) * x;
         y = a * y * y;
-        y = y > T(0.002) ? std::expm1(y) : T(0.5) * y * y + y;
+        y = y > 0.002 ? std::expm1(y) : 0.5 * y * y + y;
     } else {
-        y = ((1 / (((df + 6) / (df * y) - T(0.089) * d - T(0.822)) * (df + 2) * 3) + T(0.5) / (df + 4)) * y -
-             1) *
+        y = ((1 / (((df + 6) / (df * y) - 0.089 * d - 0.822) * (df + 2) * 3) + 0.5 / (df + 4)) * y - 1) *
                 (df + 1) / (df + 2) +
             1 / y;
     }
     return std::sqrt(df * y);
 }
 
+// A start for |t| at the two-tail probability q: Hill's exact forms at df = 1 and 2, his
+// expansion above 2, and between them the leading term of the far tail,
+// q = 2 df^(df/2 - 1) |t|^-df / B(df/2, 1/2), or the Cauchy quantile where that is larger.
+double start(double q, double df) {
+    if (df == 2) return std::sqrt(2 / (q * (2 - q)) - 2);
+    if (df < 2) {
+        // cot(pi q/2), written as tan(pi (1 - q)/2) where 1 - q is exact and small.
+        const double cauchy = q > 0.5 ? std::tan(kHalfPi * (1 - q)) : 1 / std::tan(kHalfPi * q);
+        if (df == 1) return cauchy;
+        // Between the exact forms at 1 and 2 in the body; the far tail's own term beyond.
+        const double two = std::sqrt(2 / (q * (2 - q)) - 2);
+        if (q > 0.05) return cauchy + (df - 1) * (two - cauchy);
+        const double log_b = log_gamma_positive(df / 2) + log_gamma_positive(0.5) - log_gamma_positive(df / 2 + 0.5);
+        return std::exp((std::log(2 / q) + (df / 2 - 1) * std::log(df) - log_b) / df);
+    }
+    return std::isinf(df) ? -api::normal_inverse_cdf(0.5 * q) : hill_quantile(q, df);
+}
+
 template <class T> void l_t_inverse_cdf(T p, T df, T* result) {
     *result = mach<T>::nan;
     if (std::isnan(p) || std::isnan(df)) return;
-    const T eps = mach<T>::eps;
     if (df < 1) {
         insert_real(1, df);
         korvs_ermes(5, 9042);
@@ -153,32 +172,32 @@ template <class T> void l_t_inverse_cdf(T p, T df, T* result) {
         korvs_ermes(5, 9043);
     }
     if (korvs_n1rty(0) == 5) return;
-    if (std::abs(p - T(0.5)) <= eps) {
+    if (std::abs(p - T(0.5)) <= mach<T>::eps) {
         *result = T(0);
         return;
     }
-    const T q = 2 * std::min(p, 1 - p);  // the two-tail probability, exact
-    T x;
-    if (std::abs(df - 2) < eps) {
-        x = std::sqrt(2 / (q * (2 - q)) - 2);
-    } else if (std::abs(df - 1) < eps) {
-        const T angle = q * half_pi_single<T>;
-        x = std::cos(angle) / std::sin(angle);
-    } else if (df < 2) {
-        // t^2 = df (1 - v)/v where I_v(df/2, 1/2) = q.
-        T complement;
-        const T v = betin(q, 1 - q, df / 2, T(0.5), &complement);
-        if (korvs_n1rty(0) > 3) return;
-        if (v == 0) {
-            korvs_ermes(4, 9008);
-            *result = p > T(0.5) ? mach<T>::inf : mach<T>::minus_inf;
-            return;
+    const double n = df;
+    const double g = std::min(double(p), 1 - double(p));  // the lower tail at -|t|, exact
+    // Newton on ln(q/2) in ln|t|: the lower tail at -s is I_x(n/2, 1/2)/2, x = n/(n + s^2),
+    // and s d/ds of it is -x^(n/2) (1 - x)^(1/2)/B(n/2, 1/2).
+    auto tail = [n](double s) {
+        if (std::isinf(n)) {  // the normal distribution: e = -s m, m = phi(s)/Phi(-s)
+            const double g = normal_lower(-s);
+            const double m = 0.3989422804014327 * exp_minus_half_square(s) / g, e = -s * m;
+            return TailSlope{g, e, e * (1 + s * (m - s))};
         }
-        x = std::sqrt(df * (complement / v));
-    } else {
-        x = hill_quantile(q, df);
+        // The elasticity of the factor x^(n/2) (1 - x)^(1/2) in s is x - n (1 - x).
+        const TwoTail v = two_tail(s, n);
+        const double g = 0.5 * v.q, e = -v.front / g;
+        return TailSlope{g, e, e * (v.x - n * v.y) - e * e};
+    };
+    const QuantileSearch s = solve_tail(tail, g, start(2 * g, n), mach<double>::huge, false);
+    if (s.x > double(mach<T>::huge)) {
+        korvs_ermes(4, 9008);
+        *result = p > T(0.5) ? mach<T>::inf : mach<T>::minus_inf;
+        return;
     }
-    *result = p > T(0.5) ? x : -x;
+    *result = T(p > T(0.5) ? s.x : -s.x);
 }
 
 }  // namespace

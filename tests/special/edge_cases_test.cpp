@@ -19,6 +19,19 @@ using korvs_test::Case;
 using korvs_test::EdgeCaseTest;
 using korvs_test::KorvsTest;
 
+// P(X >= k) for X Poisson of mean y, summed in long double: the chi-squared distribution
+// function with 2k degrees of freedom at 2y.
+double poisson_tail(int k, double y) {
+    long double term = std::exp(-(long double)y), sum = 0;
+    for (int j = 1; j <= k; ++j)
+        term *= y / j;
+    for (int j = k; term > sum * 1e-22L; ++j) {
+        sum += term;
+        term *= y / (j + 1);
+    }
+    return double(sum);
+}
+
 // erf is +-1 beyond xbig, erfc 0 beyond xmax (with an alert); gamma overflows beyond its
 // bound: each from its definition.
 #define LIMITS korvs_test::erf_limits(TWIN)
@@ -138,12 +151,9 @@ std::vector<Case> cases() {
         EDGE(gamma_cdf<T>(3 * T(PICK(1e13, 1e103)), T(PICK(1e13, 1e103))), 1, 0, 0),
         EDGE(gamma_cdf<T>(T(PICK(1e13, 1e103)) / 2, T(PICK(1e13, 1e103))), NAN, 4, 9010,
              "%(r1%g) %(r2%g)=5e+12 1e+13|5e+102 1e+103"),
-        // Below it, where the sums would need some sqrt(a) terms (and in float a + 1 is a),
-        // the bound on the terms stops them with the same error.
-        EDGE(gamma_cdf<T>(T(PICK(1e9, 1e15)) * T(PICK(0.99999994, 1 - 1e-11)), T(PICK(1e9, 1e15))), NAN, 4,
-             9010),
-        EDGE(gamma_cdf<T>(T(PICK(1e9, 1e15)) * T(PICK(0.99999994, 1 + 1e-11)), T(PICK(1e9, 1e15))), NAN, 4,
-             9010),
+        // Below it the uniform expansion serves any shape: at x = a, 1/2 + 1/(3 sqrt(2 pi a)) + O(1/a).
+        NEAR(gamma_cdf<T>(T(PICK(1e9, 1e15)), T(PICK(1e9, 1e15))), 0.5 + 1 / (3 * std::sqrt(2 * M_PI * PICK(1e9, 1e15))),
+             PICK(4 * EPS, 1e-14)),
         EDGE(gamma_cdf<T>(T(PICK(1e9, 1e15)) / 2, T(PICK(1e9, 1e15))), 0, 0, 0),
         EDGE(gamma_cdf<T>(T(PICK(1e9, 1e15)) * 2, T(PICK(1e9, 1e15))), 1, 0, 0),
         // Student's t.
@@ -154,12 +164,10 @@ std::vector<Case> cases() {
         EDGE(t_cdf<T>(1, 0.5), NAN, 5, 9042),
         EDGE(t_cdf<T>(2, -0.25), NAN, 5, 9042, "%(r1%g)=-0.25"),
         EDGE(t_cdf<T>(0, 4), 0.5, 0, 0),
-        // Hill's normal transformation is 0 and 1 beyond y = 18.8125 (t = -20.5 is just below);
-        // the float twin's erfc underflows before that, near y = 13, and its alert does not
-        // reach the caller.
-        EDGE(t_cdf<T>(-31, 1000.5), 0, 0, 0),
+        // Far tails: 3e-139 at t = -31, below the float twin's smallest number (0, without a
+        // message), and 1 - 3e-139 on the other side.
+        EDGE(t_cdf<T>(-31, 1000.5) > 0, PICK(0, 1), 0, 0),
         EDGE(t_cdf<T>(31, 1000.5), 1, 0, 0),
-        EDGE(t_cdf<T>(-20.5, 1000.5) > 0, PICK(0, 1), 0, 0),
         NEAR(t_cdf<T>(1.5, INF), normal_cdf<T>(1.5), 2 * EPS),
         NEAR(t_cdf<T>(-2.5, INF), normal_cdf<T>(-2.5), 8 * EPS * T(0.0062)),
         EDGE(t_inverse_cdf<T>(0.5, 3), 0, 0, 0),
@@ -168,18 +176,24 @@ std::vector<Case> cases() {
         EDGE(t_inverse_cdf<T>(1, 3), NAN, 5, 9043),
         EDGE(t_inverse_cdf<T>(-0.5, 3), NAN, 5, 9043, "%(r1%g)=-0.5"),
         EDGE(t_inverse_cdf<T>(0.3, 0.75), NAN, 5, 9042, "%(r1%g)=0.75"),
-        // For 1 < df < 2 the beta quantile of a far tail underflows.
-        EDGE(t_inverse_cdf<T>(PICK(1e-37, 1e-300), 1.5), -INF, 4, 9008),
-        // Chi-squared: each cut-off of the method.
+        // Far tails: with one degree of freedom t = -cot(pi p); infinite only beyond the
+        // largest number.
+        NEAR(t_inverse_cdf<T>(PICK(1e-37, 1e-300), 1) * (M_PI * PICK(1e-37, 1e-300)), -1, 4 * EPS),
+        EDGE(t_inverse_cdf<T>(std::numeric_limits<T>::denorm_min(), 1), -INF, 4, 9008),
+        // Chi-squared: the edges of the support, and values where the method used to cut off:
+        // with 2 degrees of freedom 1 - exp(-x/2), in 26 and 66 the Poisson tail of x/2
+        // (within some units times |ln P|, the rounding of its exponent).
         EDGE(chi_squared_cdf<T>(-1, 3), 0, 1, 9055, "%(l1) %(r1%g)=chi_squared -1"),
         EDGE(chi_squared_cdf<T>(-1, 0.1), 0, 1, 9055),
         EDGE(chi_squared_cdf<T>(1, 0.4), NAN, 5, 9051, "%(r1%.7g)=0.4"),
         EDGE(chi_squared_cdf<T>(0, 3), 0, 0, 0),
-        EDGE(chi_squared_cdf<T>(1e-12, 0.5), 0, 0, 0),
-        EDGE(chi_squared_cdf<T>(1.9, 66), 0, 0, 0),
-        EDGE(chi_squared_cdf<T>(1.9, 26), 0, 0, 0),
-        EDGE(chi_squared_cdf<T>(200, 66), 1, 0, 0),
+        NEAR(chi_squared_cdf<T>(1e-12, 2) / -std::expm1(-0.5 * double(T(1e-12))), 1, 2 * EPS),
+        NEAR(chi_squared_cdf<T>(1.9, 26) / poisson_tail(13, 0.95), 1, 100 * EPS),
+        NEAR(chi_squared_cdf<T>(3, 66) / poisson_tail(33, 1.5), 1, 300 * EPS),
+        // Below the smallest number: 0 with the alert (3e-38 in float at 1.9 and 66).
         EDGE(chi_squared_cdf<T>(2.5, 1e4), 0, 2, 9019, "%(r1%g) %(r2%g)=2.5 10000"),
+        EDGE(chi_squared_cdf<T>(PICK(1.9, 2.5), PICK(70, 1e4)), 0, 2, 9019),
+        // Beyond 200 with at most 65 degrees of freedom, 1 (within 3e-16).
         EDGE(chi_squared_cdf<T>(200.5, 65), 1, 0, 0),
         EDGE(chi_squared_cdf<T>(INF, 3), 1, 0, 0),
         EDGE(chi_squared_cdf<T>(INF, 300), 1, 0, 0),
@@ -187,8 +201,10 @@ std::vector<Case> cases() {
         EDGE(chi_squared_inverse_cdf<T>(1, 3), NAN, 5, 9043),
         EDGE(chi_squared_inverse_cdf<T>(1.5, 3), NAN, 5, 9043, "%(r1%g)=1.5"),
         EDGE(chi_squared_inverse_cdf<T>(0.5, 0.4), NAN, 5, 9051),
-        // Below x = 1e-12 the function is 0 and jumps: the quantile is at the jump.
-        NEAR(chi_squared_inverse_cdf<T>(1e-30, 0.5), 1e-12, 1e-12 * 20 * EPS),
+        // Far lower tails: with 2 degrees of freedom x = -2 ln(1 - p); with 0.5, 1.4e-120 at
+        // 1e-30, below the float twin's smallest number.
+        NEAR(chi_squared_inverse_cdf<T>(1e-30, 2) / (-2 * std::log1p(-double(T(1e-30)))), 1, 4 * EPS),
+        EDGE(chi_squared_inverse_cdf<T>(1e-30, 0.5) > 0, PICK(0, 1), 0, 0),
         // F.
         EDGE(F_cdf<T>(0, 1, 1), 0, 1, 9050),
         EDGE(F_cdf<T>(-2, 3, 4), 0, 1, 9050, "%(r1%g)=-2"),
@@ -199,8 +215,12 @@ std::vector<Case> cases() {
         EDGE(F_inverse_cdf<T>(0, 3, 4), NAN, 5, 9043),
         EDGE(F_inverse_cdf<T>(1, 3, 4), NAN, 5, 9043),
         EDGE(F_inverse_cdf<T>(0.5, 0, 4), NAN, 5, 9048),
-        // With one degree of freedom each, 1 - v = cos^2(pi p/2): below eps this close to 1.
-        EDGE(F_inverse_cdf<T>(PICK(0.99999994, 1 - 1e-9), 1, 1), INF, 4, 9008),
+        // With one degree of freedom each f = tan^2(pi p/2), 4e17 at 1 - 1e-9; infinite only
+        // beyond the largest number.
+        NEAR(F_inverse_cdf<T>(PICK(0.99999994, 1 - 1e-9), 1, 1) *
+                 std::pow(std::tan(M_PI / 2 * (1 - double(T(PICK(0.99999994, 1 - 1e-9))))), 2),
+             1, 64 * EPS),
+        EDGE(F_inverse_cdf<T>(PICK(0.99999994, 1 - 0x1p-53), 1, 0.1), INF, 4, 9008),
         EDGE(F_inverse_cdf<T>(0.5, 2, 2), 1, 0, 0),
         // F(2, 2) is f/(1 + f): the quantile is p/(1 - p), to the far tails.
         NEAR(F_inverse_cdf<T>(1e-30, 2, 2) / T(1e-30), 1, 64 * EPS),
@@ -215,9 +235,9 @@ std::vector<Case> cases() {
         EDGE(beta_incomplete<T>(0.5, -2, 3), NAN, 5, 9031, "%(r1%g) %(r2%g)=-2 3"),
         EDGE(beta_incomplete<T>(0.5, 2, -1), NAN, 5, 9031),
         EDGE(beta_incomplete<T>(1e-30, 40, 2), 0, 0, 0),  // the first term underflows
-        // The first term alone, x^a/(a B(a, b)), its exponent ln x^a rounded to some 70 eps.
-        NEAR(beta_incomplete<T>(1e-30, 1, 1), T(1e-30), T(1e-30) * 80 * EPS),
-        NEAR(beta_incomplete<T>(1e-15, 2, 3), T(6e-30), T(6e-30) * 80 * EPS),
+        // Closed forms: I_x(1, 1) = x, I_x(2, 3) = x^2 (6 - 8x + 3x^2).
+        NEAR(beta_incomplete<T>(1e-30, 1, 1), T(1e-30), T(1e-30) * EPS),
+        NEAR(beta_incomplete<T>(1e-15, 2, 3) / (6e-30 * (1 - 8e-15 / 6)), 1, 2 * EPS),
         EDGE(beta_cdf<T>(0, 2, 3), 0, 1, 20415),
         EDGE(beta_cdf<T>(-3, 2, 3), 0, 1, 20415, "%(r1%g)=-3"),
         EDGE(beta_cdf<T>(-INF, 2, 3), 0, 1, 20415),
@@ -248,9 +268,9 @@ std::vector<Case> cases() {
         EDGE(binomial_cdf<T>(4, 5, 1), 0, 0, 0),
         EDGE(binpr<T>(5, 5, 1), 1, 0, 0),
         EDGE(binomial_cdf<T>(0, 1, 0.25), 0.75, 0, 0),
-        // Where the first terms underflow the sum starts at the first representable one: two
-        // billion trials, within 1/sqrt(2 pi n p q) of 1/2 at the mean, ten deviations off.
-        NEAR(binomial_cdf<T>(1000000000, 2000000000, 0.5), 0.5, PICK(0.2, 1e-4)),
+        // Two billion trials: at the mean 1/2 + b(n/2)/2 = 1/2 + 1/(2 sqrt(pi n/2)) + O(1/n);
+        // ten deviations off, 0 and 1.
+        NEAR(binomial_cdf<T>(1000000000, 2000000000, 0.5), 0.5 + 0.5 / std::sqrt(M_PI * 1e9), PICK(EPS, 1e-12)),
         NEAR(binomial_cdf<T>(1000000000 - 223607, 2000000000, 0.5), 0, 1e-20),
         NEAR(binomial_cdf<T>(1000000000 + 223607, 2000000000, 0.5), 1, 1e3 * EPS),
         // The largest n, with a small p: the Poisson limit within about n p^2.
@@ -262,7 +282,8 @@ std::vector<Case> cases() {
         EDGE(poisson_cdf<T>(3, INF), 0, 0, 0),
         EDGE(poisson_cdf<T>(2000000000, 5), 1, 0, 0),  // without summing two billion terms
         EDGE(poisson_cdf<T>(3, 1e30), 0, 0, 0),
-        NEAR(poisson_cdf<T>(100000000, 1e8), 0.5, PICK(1e-2, 1e-4)),
+        // At the mean 1/2 + 2/(3 sqrt(2 pi theta)) + O(1/theta).
+        NEAR(poisson_cdf<T>(100000000, 1e8), 0.5 + 2 / (3 * std::sqrt(2 * M_PI * 1e8)), PICK(EPS, 1e-11)),
         EDGE(hypergeometric_cdf<T>(-2, 5, 4, 20), 0, 1, 9054, "%(l1) %(i1)=k -2"),
         EDGE(hypergeometric_cdf<T>(7, 5, 4, 20), 1, 1, 9063, "%(i1) %(i2)=7 5"),
         EDGE(hypergeometric_cdf<T>(4, 5, 4, 20), 1, 0, 0),
@@ -292,9 +313,11 @@ std::vector<Case> cases() {
         EDGE(non_central_chi_sq<T>(1, 150000, 60000), NAN, 5, 30068, "%(r1%g) %(r2%g)=150000 60000"),
         EDGE(non_central_chi_sq<T>(1, 250000, 0), NAN, 5, 30068, "", 30066),
         EDGE(non_central_chi_sq<T>(INF, 3, 2), 1, 0, 0),
-        // A vanishing delta changes nothing beyond the truncation and the central function's
-        // 3e-8.
-        NEAR(non_central_chi_sq<T>(3, 4, 1e-6), chi_squared_cdf<T>(3, 4), 1e-6 + 3e-8 + 200 * EPS),
+        // A small delta moves the value by delta/2 (P(df/2 + 1, x/2) - P(df/2, x/2)); below eps
+        // it is the central function's.
+        NEAR(non_central_chi_sq<T>(3, 4, 1e-6),
+             chi_squared_cdf<T>(3, 4) - 5e-7 * (chi_squared_cdf<T>(3, 4) - chi_squared_cdf<T>(3, 6)), PICK(2 * EPS, 1e-12)),
+        EDGE(non_central_chi_sq<T>(3, 4, EPS / 2), chi_squared_cdf<T>(3, 4), 0, 0),
         EDGE(non_central_chi_sq_inv<T>(0, 3, 2), NAN, 5, 9043),
         EDGE(non_central_chi_sq_inv<T>(1, 3, 2), NAN, 5, 9043),
         EDGE(non_central_chi_sq_inv<T>(0.5, 0.25, 2), NAN, 5, 30066),
@@ -306,8 +329,18 @@ std::vector<Case> cases() {
         EDGE(non_central_t_cdf<T>(-INF, 3, 1), 0, 0, 0),
         EDGE(non_central_t_cdf<T>(2, 3, INF), 0, 0, 0),
         EDGE(non_central_t_cdf<T>(2, 3, -INF), 1, 0, 0),
-        // A large df tends to the normal of mean delta; the float twin's 100000 terms cost it.
-        NEAR(non_central_t_cdf<T>(1.5, 100000, 1), normal_cdf<T>(0.5), PICK(1e-3, 1e-4)),
+        // A large df tends to the normal of mean delta, within O(1/df); every df costs the same.
+        NEAR(non_central_t_cdf<T>(1.5, 100000, 1), normal_cdf<T>(0.5), 1e-5),
+        NEAR(non_central_t_cdf<T>(0.5, INT_MAX, 1), normal_cdf<T>(-0.5), PICK(2 * EPS, 1e-9)),
+        NEAR(non_central_t_inv_cdf<T>(0.3, 100000000, 1), 1 - std::sqrt(2.0) * erfc_inverse<double>(0.6),
+             PICK(4 * EPS, 1e-8)),
+        // Far tails: with df = 1 and delta = 0 the Cauchy quantile -cot(pi p) (within the
+        // goal of 1e-13: the tail near 1e-300 carries the rounding of its exponent of 690);
+        // with delta = -10 the lower tail is 8/|t| far out (sqrt(2/pi) E(Z + delta)^-),
+        // beyond the largest number at p = 2e-38 (float) and 1e-308: infinite with FATAL 9008.
+        NEAR(non_central_t_inv_cdf<T>(PICK(1e-30, 1e-300), 1, 0) * (M_PI * double(T(PICK(1e-30, 1e-300)))), -1,
+             PICK(4 * EPS, 1e-13)),
+        EDGE(non_central_t_inv_cdf<T>(PICK(2e-38, 1e-308), 1, -10), -INF, 4, 9008),
         EDGE(non_central_t_inv_cdf<T>(0, 3, 1), NAN, 5, 9043),
         EDGE(non_central_t_inv_cdf<T>(1.5, 3, 1), NAN, 5, 9043),
         EDGE(non_central_t_inv_cdf<T>(0.5, 0, 1), NAN, 5, 11021),

@@ -1,10 +1,13 @@
 // Every exported special function, distribution function and quantile against its oracle
 // table, in both twins. Errors are in units of the twin's eps, scaled per row by what the
-// method's rounding grows with (the exponent of a gamma or a beta term, the length of a
-// sum, the condition of a subtraction) and divided by the routine's tier. Prescribed
-// approximations are held to the table's value of the approximation as the method forms
-// it in exact arithmetic, the other branches to the truth. Groups are the branches whose
-// errors are measured apart, or whose rows are checked for an exact value.
+// row's own arithmetic allows and divided by the routine's tier. The distribution
+// functions and their inverses compute in double for both twins: the float twin is the
+// double value rounded once, within one unit; the double twin within its tier times
+// 1 + the condition of the row (the relative change of the value for a relative change of
+// its arguments, a column of the table) + |ln value| (the rounding of an exponent of that
+// size, as every method that reaches the far tails carries one). Groups are the body
+// (values, or p for a quantile, in [1e-8, 1 - 1e-8]), the lower tail, values near 1, and
+// values below the twin's smallest number, which are 0.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,12 +18,9 @@
 namespace {
 
 using korvs_test::absolute;
-using korvs_test::beta_exponent;
-using korvs_test::beta_noise;
 using korvs_test::check;
 using korvs_test::erf_limits;
 using korvs_test::exactly;
-using korvs_test::exchanged;
 using korvs_test::exported;
 using korvs_test::gamma_xmax;
 using korvs_test::OracleCheck;
@@ -28,8 +28,6 @@ using korvs_test::rel;
 using korvs_test::Verdict;
 using R = const korvs_test::OracleRow&;
 using W = const korvs_test::Twin&;
-
-double phi(double x) { return 0.5 * std::erfc(-x / std::sqrt(2.0)); }
 
 // The largest term of Stirling's exponent, (|x| - 1/2) ln |x|, where gamma uses it.
 double stirling(double x) { return std::fabs(x) > 10 ? (std::fabs(x) - 0.5) * std::log(std::fabs(x)) : 0; }
@@ -47,43 +45,29 @@ double log_beta_scale(double a, double b, double exact) {
     return std::max({1.0, std::fabs(exact), terms});
 }
 
-// The exponent a ln x - ln gamma(a) - x of the incomplete gamma function's factor.
-double gamma_exponent(double a, double x) {
-    return 1 + std::fabs(a * std::log(x)) + std::fabs(std::lgamma(a)) + x;
+// A distribution function's row: the value below the twin's smallest number is 0; the float
+// twin is the double value rounded once; the double twin within tier (1 + condition +
+// |ln value|), where the table has a condition (a discrete distribution has none: its
+// arguments are exact).
+Verdict cdf_row(R r, W w, double got, double tier, const char* column = "cdf") {
+    const long double e = r[column];
+    if (e < w.tiny) return {"underflow", got >= 0 && got <= w.tiny ? 0 : 1e30, e};
+    const char* group = e < 1e-8L ? "lower tail" : e > 1 - 1e-8L ? "near 1" : "body";
+    if (w.single) return rel(w, got, e, 1, group);
+    const long double condition = r.table.column("condition") < r.table.columns.size() ? r["condition"] : 0;
+    return rel(w, got, e, tier * double(1 + condition + std::fabs(std::log(e))), group);
 }
 
-// The absolute noise of F(f; m, n) in eps: that of I_x(n/2, m/2), x = n/(m f + n).
-double f_noise(double f, double m, double n) {
-    const double x = n / (m * f + n);
-    return beta_exponent(x, n / 2, m / 2) + std::min(std::max(n, m) / 2, 1e5);
-}
-
-// The binomial sum from the nearer end as the twin decides it; each term carries the
-// exponent n ln q of the first and one ratio per step.
-double binomial_scale(R r, W w, bool* reversed) {
-    const int k = int(r["k"]), n = int(r["n"]);
-    const double p = w(r["p"]);
-    *reversed = w.single ? float(k) > float(n) * float(p) : k > n * p;
-    return 1 + (*reversed ? n - k : k) + std::fabs(n * std::log(*reversed ? p : 1 - p));
-}
-
-double ncchi_noise(double df, double delta) { return 100 + 40 * std::sqrt(df + delta); }
-
-double nct_noise(int df, double t, double delta) {
-    return 4 + std::sqrt(df) + std::fabs(delta) * std::min(std::fabs(t) / std::sqrt(df), 1.0) * 4;
-}
-
-// For odd df the non-central t holds Owen's T, which is Owen's limit Phi(-|h|)/2 where
-// |h a| >= 4; its error there, with T by Simpson's rule on 2000 panels.
-double owens_limit_error(double t, int df, double delta) {
-    const double a = std::fabs(t) / std::sqrt(df), h = std::fabs(delta) * std::sqrt(df / (df + t * t)),
-                 ha = h * a;
-    if (df % 2 == 0 || ha < 4) return 0;
-    auto f = [ha](double x) { return std::exp(-ha * ha * (1 + x * x) / 2) / (1 + x * x); };
-    double sum = f(0) + f(1 / a);
-    for (int i = 1; i < 2000; ++i)
-        sum += (i % 2 ? 4 : 2) * f(i / (2000 * a));
-    return 2 * std::fabs(phi(-ha) * (phi(h) - 0.5) - sum / (a * 6000) / (2 * M_PI));
+// A quantile's row: 0 where it lies below the twin's smallest number; the float twin one
+// rounding; the double twin within tier (1 + condition (1 + |ln G|)), G the smaller tail,
+// whose own rounding the condition carries into the quantile.
+Verdict quantile_row(R r, W w, double got, double tier) {
+    const long double e = r["quantile"], p = r["p"], small = std::min(p, 1 - p);
+    if (e != 0 && std::fabs(e) < w.tiny) return {"underflow", std::fabs(got) <= w.tiny ? 0 : 1e30, e};
+    if (std::fabs(e) > w.huge) return exactly(got, e > 0 ? INFINITY : -INFINITY, "infinite");
+    const char* group = small < 1e-8L ? "tails" : "body";
+    if (w.single) return rel(w, got, e, 1, group);
+    return rel(w, got, e, tier * double(1 + r["condition"] * (1 + std::fabs(std::log(small)))), group);
 }
 
 std::vector<OracleCheck> checks() {
@@ -169,126 +153,21 @@ std::vector<OracleCheck> checks() {
                       return Verdict{};
                   return rel(w, got, e, 3 * (1 + std::fabs(std::lgamma(a)) + std::fabs(a * std::log(x))));
               }),
-        // AS 32 to the twin's rounding (a float twin's stopping tests may end a sum a term
-        // earlier or later: 2e-8 beside), where the factor is in the twin's range.
-        check(
-            exported("gamma_cdf"),
-            [](R r, W w, double got) -> Verdict {
-                const double a = w(r["a"]), x = w(r["x"]);
-                const long double e = r["as32"];
-                if (std::isnan(double(e)) || a * std::log(x) - std::lgamma(a) - x < std::log(w.tiny) + 1)
-                    return {};
-                const double error = std::max(0.0, double(std::fabs(got - e)) - (w.single ? 2e-8 : 0));
-                return {"all", error / (double(e) * w.eps * gamma_exponent(a, x)) / 4, e};
-            },
-            {}, "as32"),
-        // The truth to twice the method's tolerance of 1e-8 absolute, beyond the rounding.
-        check(exported("gamma_cdf"),
-              [](R r, W w, double got) -> Verdict {
-                  const long double e = r["p"];
-                  const double rounding = double(e) * w.eps * 4 * gamma_exponent(w(r["a"]), w(r["x"]));
-                  return {"all", std::max(0.0, double(std::fabs(got - e)) - rounding) / 2e-8, e};
-              }),
-        // Hill's algorithm: the incomplete beta function where t^2 >= df (the truth), his
-        // cosine sum and tail series (with his constants), his normal transformation, whose y
-        // from a ln(1 + t^2/df) erfc magnifies by y^2. q is the two-tail probability.
-        check(exported("t_cdf"),
-              [](R r, W w, double got) {
-                  const long double e = r["method"];
-                  if (std::fabs(e) < w.tiny) return Verdict{};
-                  const double q = double(2 * std::min(e, 1 - e)), df = w(r["df"]);
-                  const double tiers[] = {2.5 * (1 + std::fabs(std::log(q))), 2 * (1 + df / 2 * (1 - q) / q),
-                                          2 * (1 + df / 2), 1.5 * (1 + 2 * std::fabs(std::log(q)))};
-                  return rel(w, got, e, tiers[int(r["branch"])]);
-              }),
-        // Hill's exact forms at df = 1 and 2 and his expansion as each twin forms them, the
-        // beta quantile for 1 < df < 2 (solved to 4 eps in x, and the float's incomplete beta
-        // function with its exponent's rounding) against the truth. Near p = 1/2 every form
-        // cancels, in proportion to 1/t^2, and the expansion's t^2 = df y with y from
-        // exp(a y'^2) - 1.
-        check(exported("t_inverse_cdf"),
-              [](R r, W w, double got) {
-                  const int b = int(r["branch"]);
-                  const long double e = b == 2 ? r["quantile"] : r[w.single ? "hill_float" : "hill_double"];
-                  const double scale = (1 + (1 + (b == 3 ? w(r["df"]) / 2 : 0)) / double(e * e)) *
-                                       (b == 2 ? 1 + (w.single ? 60 : 4) : 1);
-                  return rel(w, got, e, 8 * scale);
-              }),
-        // The method with each twin's stopping tests: 0 and 1 exactly where it cuts off; the
-        // Wilson-Hilferty z rounded to eps/sqrt(v) and magnified by d ln Phi/dz; the series
-        // with exp(a ln b - b) and gamma(a), the upper one as 1 - Q. The far lower tail of
-        // the normal form is 0 with an alert.
+        check(exported("gamma_cdf"), [](R r, W w, double got) { return cdf_row(r, w, got, 4, "p"); }),
+        check(exported("t_cdf"), [](R r, W w, double got) { return cdf_row(r, w, got, 4); }),
+        check(exported("t_inverse_cdf"), [](R r, W w, double got) { return quantile_row(r, w, got, 4); }, {9008}),
+        // Beyond 200 with at most 65 degrees of freedom exactly 1, the upper tail being below
+        // 1e-15 there.
         check(exported("chi_squared_cdf"),
               [](R r, W w, double got) {
-                  const long double m = r[w.single ? "method_float" : "method_double"];
-                  if (std::isnan(double(m)) || (m != 0 && m < w.tiny)) return Verdict{};
-                  const int b = int(r["branch"]);
-                  const double x = w(r["x"]), df = w(r["df"]), a = df / 2, v = 0.2222222238779068 / df;
-                  if (b == 0 || b == 2 || m == 0 || m == 1) return exactly(got, m, "0 and 1");
-                  const double z = (std::cbrt(x / df) - 1 + v) / std::sqrt(v);
-                  if (b == 1) return rel(w, got, m, 1.5 * (1 + std::max(1.0, -z) * 2 / std::sqrt(v)));
-                  const double exponent =
-                      std::fabs(a * std::log(x / 2)) + x / 2 + std::fabs((a - 0.5) * std::log(a));
-                  return rel(w, got, m, 3 * (1 + exponent * (b == 4 ? double((1 - m) / m) : 1)));
+                  if (r["x"] > 200 && r["df"] <= 65) return exactly(got, 1, "1 beyond 200");
+                  return cdf_row(r, w, got, 4);
               },
               {9019}),
-        // Where the function is a series, the true quantile to the search's 10 eps and the
-        // function's rounding (df eps where it is 1 - Q, and the upper series' own 3e-8 in
-        // the double twin) over x f(x); where it is Wilson-Hilferty, that form's 5e-3.
-        check(exported("chi_squared_inverse_cdf"),
-              [](R r, W w, double got) -> Verdict {
-                  const double p = w(r["p"]), df = w(r["df"]), h = 1e-3;
-                  const long double e = r["quantile"];
-                  if (df > 65)
-                      return {p >= 1e-4 ? "Wilson-Hilferty" : nullptr, double(std::fabs(got - e) / e) / 5e-3,
-                              e};
-                  if (e <= (df > 25 ? 2 : 1e-12) || e >= 150) return {};
-                  const double xf = (TWIN_CALL(w, chi_squared_cdf, got * (1 + h), df) -
-                                     TWIN_CALL(w, chi_squared_cdf, got * (1 - h), df)) /
-                                    (2 * h);
-                  const double noise = w.eps * (16 * p + df + 8) + (w.single ? 0 : 3e-8);
-                  return rel(w, got, e, 10 + noise / xf / w.eps, "series");
-              }),
-        // 1 - I_x(n/2, m/2) or I_(1-x)(m/2, n/2): absolutely accurate, to its noise.
-        check(exported("F_cdf"),
-              [](R r, W w, double got) {
-                  return absolute(w, got, r["cdf"], 2 * f_noise(w(r["f"]), w(r["df_num"]), w(r["df_den"])));
-              }),
-        // (n/m) v/(1 - v) from the beta quantile of the smaller tail y: the function's noise
-        // (relative below y = 0.2) over its slope f dF/df = v (1 - v) b(v); infinite with
-        // FATAL 9008 where 1 - v < eps; a tail below the noise from y = 0.6 on is wherever F
-        // meets p within it.
-        check(exported("F_inverse_cdf"),
-              [](R r, W w, double got) -> Verdict {
-                  const double p = w(r["p"]), m = w(r["df_num"]), n = w(r["df_den"]);
-                  const long double e = r["quantile"];
-                  if (e < w.tiny || e > w.huge / 2) return {};
-                  if (n / (m * e + n) <= w.eps) return exactly(got, INFINITY, "infinite");
-                  const double v = double(m * e / (m * e + n)), a = m / 2, b = n / 2;
-                  const double slope = std::exp(a * std::log(v) + b * std::log1p(-v) - std::lgamma(a) -
-                                                std::lgamma(b) + std::lgamma(a + b));
-                  const double tail = std::min(p, 1 - p), y = p < 0.5 ? v : 1 - v,
-                               floor = w.eps * 2 * f_noise(e, m, n);
-                  if (y > 0.6 && tail < 1e3 * floor)
-                      return {"unresolved", std::fabs(TWIN_CALL(w, F_cdf, got, m, n) - p) / floor, p};
-                  const double noise = floor * (y < 0.2 ? std::max(tail, w.eps) : 1);
-                  return {"quantile", double(std::fabs(got - e) / e) / (8 * w.eps + noise / slope), e};
-              },
-              {9008}),
-        // The finite sum raises the fractional part of q by up to q terms, the continued
-        // fraction takes some sqrt(b); terms below tiny^0.95 are flushed. Where it is 1 - I
-        // of the exchanged parameters, absolutely accurate.
-        check(exported("beta_incomplete"),
-              [](R r, W w, double got) {
-                  const double x = w(r["x"]), a = w(r["a"]), b = w(r["b"]), flushed = std::pow(w.tiny, 0.9);
-                  const long double e = r["value"];
-                  const bool swap = exchanged(x, a, b), fraction = b > 1e5 && std::min(a, b) <= 1e5 && !swap;
-                  if (!swap && e < flushed) return Verdict{"flushed", got <= flushed ? 0 : 1e30, e};
-                  const double scale =
-                      2 * (beta_exponent(x, a, b) + (fraction ? std::sqrt(b) : std::min(swap ? a : b, 1e5)));
-                  return swap ? absolute(w, got, e, scale)
-                              : rel(w, got, e, scale, fraction ? "continued fraction" : "all");
-              }),
+        check(exported("chi_squared_inverse_cdf"), [](R r, W w, double got) { return quantile_row(r, w, got, 4); }),
+        check(exported("F_cdf"), [](R r, W w, double got) { return cdf_row(r, w, got, 4); }),
+        check(exported("F_inverse_cdf"), [](R r, W w, double got) { return quantile_row(r, w, got, 4); }, {9008}),
+        check(exported("beta_incomplete"), [](R r, W w, double got) { return cdf_row(r, w, got, 4); }),
         // Inside (0, 1) the distribution function is the incomplete beta function itself.
         check(exported("beta_cdf"),
               [](R r, W w, double got) {
@@ -296,119 +175,33 @@ std::vector<OracleCheck> checks() {
                   if (!(x > 0 && x < 1)) return Verdict{};
                   return exactly(got, TWIN_CALL(w, beta_incomplete, x, w(r["a"]), w(r["b"])), "inside");
               }),
-        // Solved to 4 eps of u = min(x, 1 - x); then the function's noise over its slope
-        // u dI/du. Tails below that noise are out of reach, and are where I meets p within it.
-        check(
-            exported("beta_inverse_cdf"),
-            [](R r, W w, double got) -> Verdict {
-                const double p = w(r["p"]), a = w(r["a"]), b = w(r["b"]);
-                const long double x = r["quantile"], xc = r["complement"];
-                if (x < w.tiny || xc < w.eps) return {};
-                const double floor = std::max(beta_noise(w, 0.9, a, b, 1), beta_noise(w, got, a, b, 1));
-                if ((x > 0.6L && p < 1e3 * floor) || 1 - p < 30 * beta_noise(w, double(x), a, b, 1))
-                    return {"unresolved", std::fabs(TWIN_CALL(w, beta_incomplete, got, a, b) - p) / floor, p};
-                const bool upper = x > 0.5L;
-                const double u = double(upper ? xc : x), h = 1e-3;
-                auto at = [&](double v) { return TWIN_CALL(w, beta_incomplete, upper ? 1 - v : v, a, b); };
-                const double slope = std::fabs(at(u * (1 + h)) - at(u * (1 - h))) / (2 * h);
-                const double allowed =
-                    u * 4 * w.eps + u * beta_noise(w, double(x), a, b, p) / slope + (upper ? w.eps / 2 : 0);
-                return {"all", double(std::fabs(got - x)) / allowed, x};
-            }),
-        // The sum from the nearer end; above the mean a complement, absolutely accurate.
-        check(exported("binomial_cdf"),
-              [](R r, W w, double got) {
-                  bool reversed = false;
-                  const double scale = 1.5 * binomial_scale(r, w, &reversed);
-                  if (r["cdf"] < 1e3 * w.tiny) return Verdict{};
-                  return reversed ? absolute(w, got, r["cdf"], scale) : rel(w, got, r["cdf"], scale);
-              }),
-        check(exported("binpr"),
-              [](R r, W w, double got) {
-                  bool reversed = false;
-                  const double scale = 1.5 * binomial_scale(r, w, &reversed);
-                  return r["pmf"] < 1e3 * w.tiny ? Verdict{} : rel(w, got, r["pmf"], scale);
-              }),
-        // The two-ended sum: at most the distance from either end to the mode, through the
-        // range where the terms are representable, and the exponent of the term at k.
-        check(exported("poisson_cdf"),
-              [](R r, W w, double got) {
-                  const int k = int(r["k"]);
-                  const double t = w(r["theta"]), top = std::fabs(k * std::log(t) - t - std::lgamma(k + 1.0));
-                  if (r["cdf"] < 1e3 * w.tiny) return Verdict{};
-                  return rel(w, got, r["cdf"], 1.5 * (1 + std::min<double>(k, std::sqrt(t) * 40 + 40) + top));
-              }),
-        // One rounding per factor of the first term and step of the recurrence; terms below
-        // 10 tiny are counted, not added; the upper tail is a complement.
+        // x with its complement: each within the tier of its own size.
+        check(exported("beta_inverse_cdf"), [](R r, W w, double got) { return quantile_row(r, w, got, 4); }),
+        // Up to some hundred steps of the recurrence from the probability at k or k + 1.
+        check(exported("binomial_cdf"), [](R r, W w, double got) { return cdf_row(r, w, got, 8); }),
+        check(exported("binpr"), [](R r, W w, double got) { return cdf_row(r, w, got, 4, "pmf"); }),
+        check(exported("poisson_cdf"), [](R r, W w, double got) { return cdf_row(r, w, got, 4); }),
+        // The float twin rounds the double sum once. The double twin: one rounding per
+        // factor of the first term and step of the recurrence; terms below 10 tiny are
+        // counted, not added; the upper tail is a complement.
         check(exported("hypergeometric_cdf"),
               [](R r, W w, double got) -> Verdict {
                   const int k = int(r["k"]), sample = int(r["sample"]), defectives = int(r["defectives"]);
                   const long double e = r["cdf"];
+                  if (w.single) return cdf_row(r, w, got, 1);
                   if (e < 1e3 * w.tiny) return {};
                   const bool upper = (r["lot"] + 2.0) * k > (sample + 1.0) * (defectives + 1.0);
                   const double steps = 1 + 3.0 * std::min(sample, defectives) + 3.0 * k;
                   const double error = std::max(0.0, double(std::fabs(got - e)) - steps * 10 * w.tiny);
                   return {"all", error / double(upper ? 1 : e) / (w.eps * steps), e};
               }),
-        // Owen's identity as the routine forms it (T with Owen's limit where |h a| >= 4):
-        // terms of the size of (Phi(x) + Phi(y))/2 subtracted, T's series good to eps on the
-        // scale of 1/4, and 1/sqrt(1 - rho^2) magnifying the rounding of T's arguments.
-        check(exported("bivariate_normal_cdf"),
-              [](R r, W w, double got) {
-                  const double x = w(r["x"]), y = w(r["y"]), rho = w(r["rho"]), m = double(r["method"]);
-                  const double c = 1 / std::sqrt((1 - rho) * (1 + rho)), terms = 0.5 * (phi(x) + phi(y));
-                  return absolute(w, got, m, (std::fabs(m) + terms + 0.5) * (1 + c));
-              }),
-        // The Poisson mixture from its largest weight until the rest is below 100 eps, and
-        // some sqrt(df + delta) steps of the recurrences; up to delta = 1e-10 the central
-        // function itself.
-        check(exported("non_central_chi_sq"),
-              [](R r, W w, double got) {
-                  const double x = w(r["x"]), df = w(r["df"]), delta = w(r["delta"]);
-                  if (delta <= 1e-10) return exactly(got, TWIN_CALL(w, chi_squared_cdf, x, df), "central");
-                  return absolute(w, got, r["cdf"], ncchi_noise(df, delta));
-              }),
-        // The search's 10 eps and the function's noise over its slope; where F is noise, the
-        // quantile is where F meets p within a few times it.
+        check(exported("bivariate_normal_cdf"), [](R r, W w, double got) { return cdf_row(r, w, got, 4); }),
+        check(exported("non_central_chi_sq"), [](R r, W w, double got) { return cdf_row(r, w, got, 4); }, {9019}),
+        // Bracket and secant to 10 eps of the bracket's middle.
         check(exported("non_central_chi_sq_inv"),
-              [](R r, W w, double got) -> Verdict {
-                  const double p = w(r["p"]), df = w(r["df"]), delta = w(r["delta"]), h = 1e-3;
-                  const double slope = (TWIN_CALL(w, non_central_chi_sq, got * (1 + h), df, delta) -
-                                        TWIN_CALL(w, non_central_chi_sq, got * (1 - h), df, delta)) /
-                                       (2 * h);
-                  const double noise = w.eps * ncchi_noise(df, delta);
-                  if (p < 10 * noise || !(slope > 0))
-                      return {"unresolved",
-                              std::fabs(TWIN_CALL(w, non_central_chi_sq, got, df, delta) - p) / noise / 5, p};
-                  const long double e = r["quantile"];
-                  return {"quantile", double(std::fabs(got - e) / e) / (10 * w.eps + noise / slope), e};
-              }),
-        // Owen's T alone at df = 1, T and the odd M terms, the even M terms: absolutely
-        // accurate, and Owen's limit in T where |h a| >= 4 for odd df.
-        check(exported("non_central_t_cdf"),
-              [](R r, W w, double got) -> Verdict {
-                  const double t = w(r["t"]), delta = w(r["delta"]);
-                  const int df = int(r["df"]);
-                  const double error =
-                      std::max(0.0L, std::fabs(got - r["cdf"]) - owens_limit_error(t, df, delta));
-                  return {"all", error / (w.eps * nct_noise(df, t, delta)), r["cdf"]};
-              }),
-        // Bracket and secant: 10 eps, and the function's noise over its density (from a
-        // difference of the double twin).
-        check(exported("non_central_t_inv_cdf"),
-              [](R r, W w, double got) -> Verdict {
-                  const double delta = w(r["delta"]), h = 1e-4 * std::max(1.0, std::fabs(got));
-                  const int df = int(r["df"]);
-                  const long double e = r["quantile"];
-                  const double density = (korvs_d_non_central_t_cdf(got + h, df, delta) -
-                                          korvs_d_non_central_t_cdf(got - h, df, delta)) /
-                                         (2 * h);
-                  const double noise =
-                      w.eps * nct_noise(df, got, delta) + 2 * owens_limit_error(got, df, delta);
-                  return {"all",
-                          double(std::fabs(got - e)) / (10 * w.eps * std::fabs(double(e)) + noise / density),
-                          e};
-              }),
+              [](R r, W w, double got) { return quantile_row(r, w, got, 10); }),
+        check(exported("non_central_t_cdf"), [](R r, W w, double got) { return cdf_row(r, w, got, 4); }),
+        check(exported("non_central_t_inv_cdf"), [](R r, W w, double got) { return quantile_row(r, w, got, 10); }),
     };
 }
 

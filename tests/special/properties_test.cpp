@@ -108,21 +108,38 @@ template <class T> void symmetries() {
     }
 }
 
-// From 0 up to 1, never down beyond the method's tolerance of 1e-8, and the float twin
-// with the double one.
+// From 0 up to 1, never down by more than a rounding, and the float twin the double value
+// rounded once.
 template <class T> void gamma_cdf_rises() {
-    for (T a : {T(0.05), T(0.5), T(1), T(3.5), T(12), T(80), T(400)}) {
+    for (T a : {T(0.05), T(0.5), T(1), T(3.5), T(12), T(80), T(400), T(1e5)}) {
         T previous = 0;
         const T right = std::max(T(4) * a, T(40));
         for (int i = 1; i <= 400; ++i) {
             const T x = right * T(i) / 400, p = tw::gamma_cdf<T>(x, a);
-            ASSERT_GE(p, previous - T(2e-8)) << a << ", " << x;
-            ASSERT_LE(p, T(1) + T(1e-7)) << a << ", " << x;
-            ASSERT_NEAR(p, korvs_d_gamma_cdf(x, a), 4e-6 + 1e-6 * std::fabs(a * std::log(double(x))))
-                << a << ", " << x;
+            ASSERT_GE(p, previous * (1 - 4 * eps<T>)) << a << ", " << x;
+            ASSERT_LE(p, T(1)) << a << ", " << x;
+            const double d = korvs_d_gamma_cdf(x, a);
+            if (single<T> && d >= FLT_MIN) {
+                ASSERT_EQ(p, float(d)) << a << ", " << x;
+            }
             previous = p;
         }
         EXPECT_GT(previous, T(0.999)) << a;
+    }
+}
+
+// The non-central t at any df costs the same and stays put: the float twin is the double
+// value rounded (once, but for the double's own error across a rounding boundary), and at
+// the largest df both are the normal limit within O(1/df).
+void non_central_t_at_large_df() {
+    for (int df : {1000, 1000000, 10000000, 100000000, 2147483647}) {
+        for (double t : {-3.0, 0.5, 2.5}) {
+            const double d = korvs_d_non_central_t_cdf(t, df, 1);
+            EXPECT_NEAR(korvs_f_non_central_t_cdf(float(t), df, 1.0f), d, 1.01 * d * FLT_EPSILON) << df << ", " << t;
+            EXPECT_NEAR(d, korvs_d_normal_cdf(t - 1), 2.0 / df + 1e-13) << df << ", " << t;
+        }
+        const double q = korvs_d_non_central_t_inv_cdf(0.3, df, 1);
+        EXPECT_NEAR(korvs_f_non_central_t_inv_cdf(0.3f, df, 1.0f), q, 2 * std::fabs(q) * FLT_EPSILON) << df;
     }
 }
 
@@ -137,6 +154,7 @@ TEST_F(KorvsTest, SymmetriesAndMonotonicity) {
     symmetries<double>();
     gamma_cdf_rises<float>();
     gamma_cdf_rises<double>();
+    non_central_t_at_large_df();
     EXPECT_TRUE(errors().empty());
 }
 
@@ -180,6 +198,10 @@ struct RoundTrip {
     std::function<std::pair<double, double>(const Twin& w, double p, double x, Q q)> bracket;
 };
 
+// What a distribution function computed to relative precision errs by at p: some units
+// times 1 + |ln p| (the rounding of its exponent), and a unit of 1 near 1.
+double newton_noise(const Twin& w, double p) { return 8 * w.eps * (p * (1 + std::fabs(std::log(p))) + w.eps); }
+
 std::vector<std::vector<double>> grid(Q a, Q b) {
     std::vector<std::vector<double>> g;
     for (double x : a) {
@@ -213,61 +235,38 @@ std::vector<RoundTrip> round_trips() {
                               4 * w.eps * std::max(std::fabs(y) * 1.1283791670955126 * std::exp(-y * y), v) +
                                   3.5 * w.eps * v};
          }},
-        // Hill's approximation: 1e-5 relative in t is some 1e-5 |t| f(t)/F(t) in p, and the
-        // float twin's normal quantile forms 1 - 2p in float. Integer df only, where the
-        // distribution function is Hill's exact sums.
+        // The quantiles solved by Newton's method on the distribution function: within a few
+        // units of the root, whose distribution function errs by some units times |ln p|.
         {"t_inverse_cdf",
          "t_cdf",
-         {{1}, {2}, {3}, {8}, {40}, {1000}},
-         {1e-6, 0.01, 0.2, 0.49, 0.51, 0.9, 0.9999},
-         [](const Twin& w, double p, double, Q) {
-             return std::pair{0.0, p * (2e-4 + (w.single ? 3e-8 / std::min(p, 1 - p) : 0))};
-         }},
-        // The search ends within 10 eps of its middle; the upper series forms P as 1 - Q
-        // with Q's exponent and gamma(df/2) rounded, some df eps.
+         {{1}, {1.5}, {2}, {3}, {7.5}, {40}, {1000}, {1e6}},
+         {1e-30, 1e-6, 0.01, 0.2, 0.49, 0.51, 0.9, 0.9999},
+         [](const Twin& w, double p, double, Q) { return std::pair{4 * w.eps, newton_noise(w, p)}; }},
         {"chi_squared_inverse_cdf",
          "chi_squared_cdf",
-         grid({0.5, 1, 2, 3.5, 10, 24.5, 40, 65, 66, 200, 5000}, {}),
+         grid({0.5, 1, 2, 3.5, 10, 24.5, 40, 65, 66, 200, 5000, 1e6}, {}),
          {1e-30, 1e-10, 1e-4, 0.01, 0.1, 0.5, 0.9, 0.99, 0.9999},
-         [](const Twin& w, double p, double, Q q) {
-             return std::pair{10 * w.eps, (w.single ? 4 : 1) * w.eps * (16 * p + 8 * q[0] + 40)};
-         }},
-        // The solve's 4 eps of u, the function's noise, and the step of I between the twin's
-        // neighbours of x, which the quantile cannot split. Out of reach: beyond the twin's
-        // numbers, next to 1, and a lower tail below the complement's noise.
+         [](const Twin& w, double p, double, Q) { return std::pair{4 * w.eps, newton_noise(w, p)}; }},
+        // Beyond the twin's numbers the quantile is 0, out of reach; within a few units of 1 it
+        // is 1 - a unit or 1, and the bracket would leave the support.
         {"beta_inverse_cdf",
          "beta_incomplete",
-         grid({0.05, 0.5, 0.8, 1, 2.5, 12, 90}, {0.3, 1, 3, 40}),
-         {1e-6, 0.02, 0.3, 0.5, 0.8, 0.99},
-         [nan](const Twin& w, double p, double x, Q q) {
-             const double a = q[0], b = q[1];
-             if (x == 0 || 1 - x < 1e3 * w.eps ||
-                 (x > 0.6 && p < 1e3 * korvs_test::beta_noise(w, 0.9, a, b, 1)))
-                 return std::pair{0.0, nan};
-             const double next = w.single ? std::nextafter(float(x), 1.0f) : std::nextafter(x, 1.0);
-             const double previous = w.single ? std::nextafter(float(x), 0.0f) : std::nextafter(x, 0.0);
-             const double step = std::fabs(TWIN_CALL(w, beta_incomplete, next, a, b) -
-                                           TWIN_CALL(w, beta_incomplete, previous, a, b));
-             return std::pair{0.0, p * (4 * w.eps * (a + b + 2) + 40 * w.eps * (1 + 1 / std::min(a, b))) +
-                                       2 * korvs_test::beta_noise(w, x, a, b, p) + step};
+         grid({0.05, 0.5, 0.8, 1, 2.5, 12, 90, 1e4}, {0.3, 1, 3, 40, 1e4}),
+         {1e-20, 1e-6, 0.02, 0.3, 0.5, 0.8, 0.99},
+         [nan](const Twin& w, double p, double x, Q) {
+             return std::pair{4 * w.eps, x == 0 || 1 - x < 8 * w.eps ? nan : newton_noise(w, p)};
          }},
-        // The mixture stops short of 1 by up to 200 eps: above that it is out of reach.
+        // Bracket and secant to 10 eps of the bracket's middle.
         {"non_central_chi_sq_inv",
          "non_central_chi_sq",
          grid({0.5, 2, 9, 70}, {0.25, 5, 60, 900}),
-         {0.001, 0.1, 0.5, 0.95, 0.99999},
-         [nan](const Twin& w, double p, double, Q q) {
-             const double noise = 2 * w.eps * (100 + 40 * std::sqrt(q[0] + q[1])) + 40 * w.eps * p;
-             return std::pair{0.0, 1 - p < 300 * w.eps ? nan : noise};
-         }},
-        // Bracket and secant to 10 eps; the series' absolute noise.
+         {1e-10, 0.001, 0.1, 0.5, 0.95, 0.99999},
+         [](const Twin& w, double p, double, Q) { return std::pair{12 * w.eps, newton_noise(w, p)}; }},
         {"non_central_t_inv_cdf",
          "non_central_t_cdf",
-         grid({1, 4, 15}, {-1.5, 0, 2.5}),
-         {0.001, 0.1, 0.5, 0.9, 0.999},
-         [](const Twin& w, double, double, Q q) {
-             return std::pair{10 * w.eps, 2 * w.eps * (4 + std::sqrt(q[0]) + 4 * std::fabs(q[1]))};
-         }},
+         grid({1, 4, 15, 1000000}, {-1.5, 0, 2.5}),
+         {1e-10, 0.001, 0.1, 0.5, 0.9, 0.999},
+         [](const Twin& w, double p, double, Q) { return std::pair{12 * w.eps, newton_noise(w, p)}; }},
     };
 }
 

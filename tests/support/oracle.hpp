@@ -80,12 +80,10 @@ template <class F> Call both_twins(F f) {
             return korvs_d_##name(__VA_ARGS__);                                                              \
     })
 
-// One routine over one table: the argument columns that name a row and the exact value's
-// column. Some branches are prescribed approximations (Hill's normal transformation for t,
-// the Wilson-Hilferty form for chi-squared, Owen's limit in T, Hill's expansion for the t
-// quantile): where a table carries the approximation's value as the method forms it in
-// exact arithmetic, that column is named for the float and the double twin (nan in it: no
-// approximation there, or a stopping test too close to call).
+// One routine over one table: the argument columns that name a row, the exact value's
+// column and, where the table has one, the column of its condition: how many units of
+// relative error one unit in the arguments makes (|x f(x)/F(x)| for a distribution function,
+// |G/(x f(x))| for a quantile of the tail G).
 struct Routine {
     std::string name;
     std::string table;
@@ -93,37 +91,34 @@ struct Routine {
     std::string exact;
     Call call;
     bool quantile = false;
-    std::string method_float = {}, method_double = {};
 };
 
 // arguments: the column names apart by spaces; quantile: "quantile" or "".
 inline Routine routine(const char* name, const char* table, const char* arguments, const char* exact,
-                       Call call, const char* kind = "", const char* method_float = "",
-                       const char* method_double = "") {
+                       Call call, const char* kind = "") {
     std::vector<std::string> columns;
     std::stringstream ss(arguments);
     for (std::string c; ss >> c;)
         columns.push_back(c);
-    return {name, table, columns, exact, call, std::string(kind) == "quantile", method_float, method_double};
+    return {name, table, columns, exact, call, std::string(kind) == "quantile"};
 }
 
 inline std::vector<Routine> distribution_routines() {
     return {
-        routine("t_cdf", "t_cdf.csv", "t df", "cdf", KORVS_ORACLE_CALL(t_cdf, T(r[0]), T(r[1])), "", "method",
-                "method"),
+        routine("t_cdf", "t_cdf.csv", "t df", "cdf", KORVS_ORACLE_CALL(t_cdf, T(r[0]), T(r[1]))),
         routine("t_inverse_cdf", "t_inverse.csv", "p df", "quantile",
-                KORVS_ORACLE_CALL(t_inverse_cdf, T(r[0]), T(r[1])), "quantile", "hill_float", "hill_double"),
+                KORVS_ORACLE_CALL(t_inverse_cdf, T(r[0]), T(r[1])), "quantile"),
         routine("chi_squared_cdf", "chi_squared_cdf.csv", "x df", "cdf",
-                KORVS_ORACLE_CALL(chi_squared_cdf, T(r[0]), T(r[1])), "", "method_float", "method_double"),
+                KORVS_ORACLE_CALL(chi_squared_cdf, T(r[0]), T(r[1]))),
         routine("chi_squared_inverse_cdf", "chi_squared_inverse.csv", "p df", "quantile",
                 KORVS_ORACLE_CALL(chi_squared_inverse_cdf, T(r[0]), T(r[1])), "quantile"),
         routine("F_cdf", "f_cdf.csv", "f df_num df_den", "cdf",
                 KORVS_ORACLE_CALL(F_cdf, T(r[0]), T(r[1]), T(r[2]))),
         routine("F_inverse_cdf", "f_inverse.csv", "p df_num df_den", "quantile",
                 KORVS_ORACLE_CALL(F_inverse_cdf, T(r[0]), T(r[1]), T(r[2])), "quantile"),
-        routine("beta_incomplete", "beta_incomplete.csv", "x a b", "value",
+        routine("beta_incomplete", "beta_incomplete.csv", "x a b", "cdf",
                 KORVS_ORACLE_CALL(beta_incomplete, T(r[0]), T(r[1]), T(r[2]))),
-        routine("beta_cdf", "beta_incomplete.csv", "x a b", "value",
+        routine("beta_cdf", "beta_incomplete.csv", "x a b", "cdf",
                 KORVS_ORACLE_CALL(beta_cdf, T(r[0]), T(r[1]), T(r[2]))),
         routine("beta_inverse_cdf", "beta_inverse.csv", "p a b", "quantile",
                 KORVS_ORACLE_CALL(beta_inverse_cdf, T(r[0]), T(r[1]), T(r[2])), "quantile"),
@@ -136,7 +131,7 @@ inline std::vector<Routine> distribution_routines() {
         routine("hypergeometric_cdf", "hypergeometric_cdf.csv", "k sample defectives lot", "cdf",
                 KORVS_ORACLE_CALL(hypergeometric_cdf, int(r[0]), int(r[1]), int(r[2]), int(r[3]))),
         routine("bivariate_normal_cdf", "bivariate_normal.csv", "x y rho", "cdf",
-                KORVS_ORACLE_CALL(bivariate_normal_cdf, T(r[0]), T(r[1]), T(r[2])), "", "method", "method"),
+                KORVS_ORACLE_CALL(bivariate_normal_cdf, T(r[0]), T(r[1]), T(r[2]))),
         routine("non_central_chi_sq", "non_central_chi_sq.csv", "x df delta", "cdf",
                 KORVS_ORACLE_CALL(non_central_chi_sq, T(r[0]), T(r[1]), T(r[2]))),
         routine("non_central_chi_sq_inv", "non_central_chi_sq_inverse.csv", "p df delta", "quantile",
@@ -156,8 +151,7 @@ inline std::vector<Routine> special_routines() {
         routine("erfc_inverse", "erfc_inverse.csv", "x", "erfcinv", KORVS_ORACLE_CALL(erfc_inverse, T(r[0]))),
         routine("normal_cdf", "normal_cdf.csv", "x", "cdf", KORVS_ORACLE_CALL(normal_cdf, T(r[0]))),
         routine("normal_inverse_cdf", "normal_inverse_cdf.csv", "p", "quantile",
-                KORVS_ORACLE_CALL(normal_inverse_cdf, T(r[0])), "quantile", "approximation_float",
-                "approximation_double"),
+                KORVS_ORACLE_CALL(normal_inverse_cdf, T(r[0])), "quantile"),
         routine("gamma", "gamma.csv", "x", "gamma", KORVS_ORACLE_CALL(gamma, T(r[0]))),
         routine("log_gamma", "gamma.csv", "x", "log_gamma", KORVS_ORACLE_CALL(log_gamma, T(r[0]))),
         routine("beta", "beta.csv", "a b", "beta", KORVS_ORACLE_CALL(beta, T(r[0]), T(r[1]))),
@@ -166,10 +160,8 @@ inline std::vector<Routine> special_routines() {
                 KORVS_ORACLE_CALL(binomial_coefficient, int(r[0]), int(r[1]))),
         routine("gamma_incomplete", "gamma_incomplete.csv", "a x", "lower",
                 KORVS_ORACLE_CALL(gamma_incomplete, T(r[0]), T(r[1]))),
-        // The lower incomplete gamma function regularised, with x first; the column of the
-        // tolerances of AS 32 in exact arithmetic.
-        routine("gamma_cdf", "gamma_incomplete.csv", "a x", "p",
-                KORVS_ORACLE_CALL(gamma_cdf, T(r[1]), T(r[0])), "", "as32", "as32"),
+        // The lower incomplete gamma function regularised, with x first.
+        routine("gamma_cdf", "gamma_incomplete.csv", "a x", "p", KORVS_ORACLE_CALL(gamma_cdf, T(r[1]), T(r[0]))),
     };
 }
 
