@@ -43,7 +43,8 @@ template <class T> bool read_options(OptionList& opt, PartialArgs<T>& a, ResultM
             a.df = opt.integer();
             a.df_out = opt.pointer<int>();
             if (code == KORVS_TEST) {
-                a.p_values.set_plain(opt.pointer<T*>());
+                // A null address asks for the degrees of freedom alone.
+                if (T** address = opt.pointer<T*>()) a.p_values.set_plain(address);
             } else {
                 a.p_values.set_user(opt.user<T>("p_values", "KORVS_TEST_USER"));
             }
@@ -179,7 +180,7 @@ void l_partial_covariances(int n_ind, int n_dep, const T* x, OptionList& opt, T*
         korvs_e1sti(2, rank);
         korvs_ermes(3, 20642);
     }
-    if (a.test) {
+    if (a.test && a.p_values.wanted()) {
         T* p = a.p_values.data();
         if (df_out < 2) {
             for (std::ptrdiff_t e = 0; e < std::ptrdiff_t(n_dep) * n_dep; ++e) p[e] = mach<T>::nan;
