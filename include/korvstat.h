@@ -11,6 +11,7 @@
 
 #include "korvstat/common.h"
 #include "korvstat/categorical.h"
+#include "korvstat/covariances.h"
 #include "korvstat/describe.h"
 #include "korvstat/distributions.h"
 #include "korvstat/errors.h"

@@ -59,6 +59,17 @@ private:
     int weight_column_ = 0;
 };
 
+// One block of observations for a pass over the data: |nrow| rows of the row-major x
+// with column dimension ldx (nrow negative: the rows are removed again), whose
+// frequencies and weights are rows first_row on of `weights` (null: none).
+template <class T> struct ObservationBlock {
+    int nrow;
+    const T* x;
+    int ldx;
+    const WeightRows<T>* weights;
+    int first_row;
+};
+
 // A matrix of results for the caller, row-major with a column dimension: malloc'ed by the
 // routine, or the caller's array (KORVS_RETURN_USER). An allocated matrix starts as NaN
 // everywhere, so that the entries a routine leaves unwritten read as "not formed"; it is

@@ -21,17 +21,6 @@ enum StatisticsRow {
     kMedianRow, kMadRow, kRobustScaleRow
 };
 
-// One block of observations for the pass: |nrow| rows of the row-major x with column
-// dimension ldx (nrow negative: the rows are removed again), whose frequencies and
-// weights are rows first_row on of `weights`.
-template <class T> struct ObservationBlock {
-    int nrow;
-    const T* x;
-    int ldx;
-    const WeightRows<T>* weights;
-    int first_row;
-};
-
 // The sums of the pass for n_variables variables, kept between the blocks.
 template <class T> class MomentSums {
 public:
